@@ -1,0 +1,15 @@
+#include "quillet/i18n/translations.hpp"
+
+namespace kelvor {
+
+namespace {
+
+constexpr Translation ROWS[] = {
+#include "quillet/i18n/tables/ja/main.inc"
+};
+
+}  // namespace
+
+const std::span<const Translation> TR_JA{ROWS};
+
+}  // namespace kelvor

@@ -1,0 +1,15 @@
+#include "quillet/i18n/translations.hpp"
+
+namespace kelvor {
+
+namespace {
+
+constexpr Translation ROWS[] = {
+#include "quillet/i18n/tables/zh_hant/main.inc"
+};
+
+}  // namespace
+
+const std::span<const Translation> TR_ZH_HANT{ROWS};
+
+}  // namespace kelvor

@@ -1,0 +1,65 @@
+#include "quillet/main/entry.hpp"
+
+#include <cstdio>
+
+#include "quillet/i18n/text.hpp"
+#include "quillet/log/log.hpp"
+#include "quillet/main/help.hpp"
+#include "quillet/main/modes.hpp"
+#include "quillet/main/remove_root.hpp"
+#include "quillet/platform/home.hpp"
+#include "quillet/platform/sysinfo.hpp"
+
+namespace kelvor {
+
+namespace {
+
+std::string joinedStyles() {
+    std::string out;
+    for (const std::string& style : RENDER_STYLES) out += (out.empty() ? "" : ", ") + style;
+    return out;
+}
+
+// Start-up housekeeping before a mode: the language; the record pruning joins as its parts land.
+void runHousekeeping(const Settings& settings) { initAppLang(settings.langOverride); }
+
+}  // namespace
+
+int runKelvor(const std::vector<std::string>& args, const std::string& executablePath) {
+    SettingDefaults defaults;
+    defaults.home = homeDir();
+    defaults.processors = processorCount();
+    defaults.insideAppBundle = executablePath.find(".app/Contents/") != std::string::npos;
+    ParsedArguments parsed = parseArguments(args, defaults);
+
+    if (parsed.removeRoot) {
+        initAppLang(std::nullopt);
+        int status = runRemoveRoot(parsed.removeRootPaths);
+        KelvorLog::drain();
+        return status;
+    }
+    if (parsed.settings.wantHelp) {
+        std::fwrite(HELP_TEXT.data(), 1, HELP_TEXT.size(), stdout);
+        return 0;
+    }
+    // The refusals of step 1 are sentences too, so the language is known before they print.
+    initAppLang(parsed.settings.langOverride);
+    if (parsed.badTier) {
+        std::printf("%s\n", trf(S::badTier, {*parsed.badTier}).c_str());
+        return 1;
+    }
+    if (parsed.badStyle) {
+        std::printf("%s\n", trf(S::badStyle, {joinedStyles(), *parsed.badStyle}).c_str());
+        return 2;
+    }
+    installSettings(parsed.settings);
+    const Settings& current = settings();
+    const ModeEntry* single = current.modes.size() == 1 ? findMode(current.modes.front()) : nullptr;
+    if (!single || single->housekeeping == Housekeeping::before) runHousekeeping(current);
+    int status = dispatchModes(current);
+    std::fflush(stdout);
+    KelvorLog::drain();
+    return status;
+}
+
+}  // namespace kelvor

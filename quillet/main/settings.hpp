@@ -1,0 +1,73 @@
+#pragma once
+// The process-wide settings: written once by the argument parser, then only read.
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "quillet/rules/tier.hpp"
+
+namespace kelvor {
+
+// Walker constants, read by the scan.
+inline constexpr unsigned VREG = 1;
+inline constexpr unsigned VDIR = 2;
+inline constexpr unsigned VLNK = 5;
+inline constexpr unsigned FSOPT_PACK_INVAL_ATTRS = 8;
+inline constexpr size_t BUF_SIZE = 262144;
+inline constexpr unsigned FLUSH_EVERY = 1024;
+
+// The modes a terminal run takes when none is named.
+inline const std::vector<std::string> TERMINAL_DEFAULT_MODES = {"fm", "bulk", "par"};
+
+struct Settings {
+    std::string root;                        // --root; the home folder by default
+    std::vector<std::string> modes;          // --mode; see TERMINAL_DEFAULT_MODES
+    int threads = 1;                         // --threads; the processors online by default
+    std::optional<std::string> renderPath;   // --out
+    std::string style = "treemap";           // --style
+    bool cleanApply = false;                 // --apply
+    bool cleanYes = false;                   // --yes
+    bool wantHelp = false;                   // --help, -h
+    bool cleanForce = false;                 // --force
+    std::set<Tier> cleanTiers{Tier::redownload, Tier::regenerate};  // --tier A|B|AB
+    bool cleanUnverified = false;            // --include-unverified
+    std::optional<std::string> cleanOwner;   // --owner
+    std::optional<std::string> undoTarget;   // --undo [last|path]
+    bool useCache = true;                    // --no-cache
+    int minMB = 100;                         // --min-mb
+    bool dedupeFlag = false;                 // --dedupe
+    std::optional<std::string> destPath;     // --dest
+    int ageDays = 30;                        // --age-days
+    std::optional<std::string> explicitPath; // --path
+    std::optional<std::string> langOverride; // --lang (LANG_OVERRIDE)
+    std::vector<std::string> args;           // the process arguments without the program path
+};
+
+// What the parser starts from, decided by how the program was started.
+struct SettingDefaults {
+    std::string home;
+    int processors = 1;
+    bool insideAppBundle = false;  // the executable's path ends in ".app/...": the desktop app
+};
+
+struct ParsedArguments {
+    Settings settings;
+    std::optional<std::string> badTier;   // the value of a rejected --tier
+    std::optional<std::string> badStyle;  // the value of a rejected --style
+    bool removeRoot = false;              // "--remove-root" was on the line
+    std::vector<std::string> removeRootPaths;  // every argument after it
+};
+
+// The argument walk: options in a fixed order of comparison, values consumed only when present,
+// unknown words skipped, later occurrences overwriting earlier ones.
+ParsedArguments parseArguments(const std::vector<std::string>& args, const SettingDefaults& defaults);
+
+// The styles --style accepts, in the order the refusal lists them.
+inline const std::vector<std::string> RENDER_STYLES = {"treemap", "bars", "icicle", "sunburst", "all"};
+
+// The settings of this process; valid after installSettings.
+const Settings& settings();
+void installSettings(Settings settings);
+
+}  // namespace kelvor

@@ -1,0 +1,12 @@
+#pragma once
+// The person's saved preferences ("kelvor.*" keys).
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace kelvor {
+
+// The string stored under `key`, or none when absent, not a string, or the store is unreadable.
+std::optional<std::string> userDefaultString(std::string_view key);
+
+}  // namespace kelvor

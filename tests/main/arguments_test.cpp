@@ -1,0 +1,109 @@
+#include <gtest/gtest.h>
+
+#include "quillet/main/settings.hpp"
+
+namespace kelvor {
+namespace {
+
+SettingDefaults terminal() { return SettingDefaults{"/home/ada", 8, false}; }
+
+ParsedArguments parse(std::vector<std::string> args) { return parseArguments(args, terminal()); }
+
+std::string joined(const std::vector<std::string>& words) {
+    std::string out;
+    for (const auto& word : words) out += word + " ";
+    return out;
+}
+
+TEST(Arguments, DefaultsDependOnHowTheProgramStarted) {
+    Settings s = parse({}).settings;
+    EXPECT_EQ(s.root, "/home/ada");
+    EXPECT_EQ(s.modes, TERMINAL_DEFAULT_MODES);
+    EXPECT_EQ(s.threads, 8);
+    EXPECT_EQ(s.style, "treemap");
+    EXPECT_EQ(s.cleanTiers, (std::set<Tier>{Tier::redownload, Tier::regenerate}));
+    EXPECT_EQ(s.minMB, 100);
+    EXPECT_EQ(s.ageDays, 30);
+    EXPECT_TRUE(s.useCache);
+    EXPECT_FALSE(s.cleanApply || s.cleanYes || s.wantHelp || s.cleanForce || s.cleanUnverified || s.dedupeFlag);
+    EXPECT_FALSE(s.undoTarget || s.cleanOwner || s.explicitPath || s.langOverride || s.renderPath || s.destPath);
+
+    Settings app = parseArguments({}, SettingDefaults{"/home/ada", 8, true}).settings;
+    EXPECT_EQ(app.modes, std::vector<std::string>{"gui"});
+}
+
+struct WalkCase {
+    std::vector<std::string> args;
+    std::function<bool(const Settings&)> holds;
+    const char* what;
+};
+
+TEST(Arguments, WalkGivesTheSettingsOfEachList) {
+    const WalkCase cases[] = {
+        {{"--root", "/data", "--mode", "clean"},
+         [](const Settings& s) { return s.root == "/data" && s.modes == std::vector<std::string>{"clean"}; },
+         "root and mode"},
+        {{"--mode", "dupes", "--mode", "unclaimed"},
+         [](const Settings& s) { return s.modes == std::vector<std::string>{"unclaimed"}; }, "later mode wins"},
+        {{"--threads", "3", "--threads", "5"}, [](const Settings& s) { return s.threads == 5; }, "later threads wins"},
+        {{"--threads", "x"}, [](const Settings& s) { return s.threads == 8; }, "bad threads keeps processors"},
+        {{"--threads", "4x"}, [](const Settings& s) { return s.threads == 8; }, "partial number keeps processors"},
+        {{"--min-mb", "0"}, [](const Settings& s) { return s.minMB == 0; }, "min-mb 0 is kept as given"},
+        {{"--age-days", "-2"}, [](const Settings& s) { return s.ageDays == -2; }, "negative age"},
+        {{"--mode"}, [](const Settings& s) { return s.modes == TERMINAL_DEFAULT_MODES; }, "value option at the end"},
+        {{"--mode", "clean", "--owner"}, [](const Settings& s) { return !s.cleanOwner; }, "owner at the end"},
+        {{"--apply", "--yes", "--force", "--include-unverified", "--dedupe", "--no-cache"},
+         [](const Settings& s) {
+             return s.cleanApply && s.cleanYes && s.cleanForce && s.cleanUnverified && s.dedupeFlag && !s.useCache;
+         },
+         "flags"},
+        {{"-h"}, [](const Settings& s) { return s.wantHelp; }, "short help"},
+        {{"--owner", "Xcode", "--path", "~/x", "--dest", "/v", "--out", "/o.png", "--lang", "ko"},
+         [](const Settings& s) {
+             return s.cleanOwner == "Xcode" && s.explicitPath == "~/x" && s.destPath == "/v" &&
+                    s.renderPath == "/o.png" && s.langOverride == "ko";
+         },
+         "value options"},
+        {{"--bogus", "--mode", "i18n", "stray"},
+         [](const Settings& s) { return s.modes == std::vector<std::string>{"i18n"}; }, "unknown words skipped"},
+        {{"--mode", "--apply"},
+         [](const Settings& s) { return s.modes == std::vector<std::string>{"--apply"} && !s.cleanApply; },
+         "a value option takes the next word whatever it is"},
+        {{"--undo"}, [](const Settings& s) { return s.undoTarget == "last" && s.modes == std::vector<std::string>{"clean"}; },
+         "bare undo is a clean undo of the last run"},
+        {{"--undo", "--tier", "A"},
+         [](const Settings& s) { return s.undoTarget == "last" && s.cleanTiers == std::set<Tier>{Tier::redownload}; },
+         "undo before an option takes last"},
+        {{"--undo", "/m.json"}, [](const Settings& s) { return s.undoTarget == "/m.json"; }, "undo with a path"},
+        {{"--mode", "quarantine", "--undo", "last"},
+         [](const Settings& s) { return s.modes == std::vector<std::string>{"quarantine"} && s.undoTarget == "last"; },
+         "undo keeps a named mode"},
+        {{"--tier", "ab"},
+         [](const Settings& s) { return s.cleanTiers == std::set<Tier>{Tier::redownload, Tier::regenerate}; },
+         "tier is upper-cased"},
+        {{"--tier", "B"}, [](const Settings& s) { return s.cleanTiers == std::set<Tier>{Tier::regenerate}; }, "tier B"},
+        {{"--style", "bars"}, [](const Settings& s) { return s.style == "bars"; }, "style"},
+    };
+    for (const WalkCase& c : cases) {
+        ParsedArguments parsed = parse(c.args);
+        EXPECT_TRUE(c.holds(parsed.settings)) << c.what << ": " << joined(c.args);
+        EXPECT_FALSE(parsed.badTier || parsed.badStyle) << joined(c.args);
+    }
+}
+
+TEST(Arguments, BadTierAndStyleAreReportedAfterTheWalk) {
+    EXPECT_EQ(parse({"--tier", "Q"}).badTier, "Q");
+    EXPECT_EQ(parse({"--tier", "C"}).badTier, "C");
+    EXPECT_FALSE(parse({"--tier", "Q", "--tier", "A"}).badTier);
+    EXPECT_EQ(parse({"--style", "pie"}).badStyle, "pie");
+    EXPECT_EQ(parse({"--style", "pie"}).settings.style, "treemap");
+}
+
+TEST(Arguments, RemoveRootTakesEveryLaterArgumentAsAPath) {
+    ParsedArguments parsed = parse({"--mode", "clean", "--remove-root", "/a", "--help", "/b"});
+    EXPECT_TRUE(parsed.removeRoot);
+    EXPECT_EQ(parsed.removeRootPaths, (std::vector<std::string>{"/a", "--help", "/b"}));
+}
+
+}  // namespace
+}  // namespace kelvor
