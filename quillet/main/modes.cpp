@@ -8,6 +8,7 @@
 #include "quillet/i18n/check.hpp"
 #include "quillet/i18n/text.hpp"
 #include "quillet/scan/harness.hpp"
+#include "quillet/space/exclude_mode.hpp"
 
 namespace kelvor {
 
@@ -44,7 +45,7 @@ constexpr ModeEntry MODE_TABLE[] = {
     {"mem", runUnavailable},
     {"relocate", runUnavailable},
     {"archive", runUnavailable},
-    {"exclude", runUnavailable},
+    {"exclude", runExclude},
     {"icon", runUnavailable},
     {"icon-art", runUnavailable},
     {"clean", runUnavailable},

@@ -1,0 +1,85 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "tests/support/run_kelvor.hpp"
+#include "tests/support/temp_home.hpp"
+
+namespace kelvor {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::readFile;
+using testing::runKelvorBinary;
+using testing::TempHome;
+using testing::writeFile;
+
+const std::vector<std::string> ENGLISH = {"LANG=C", "LANGUAGE=", "LC_ALL="};
+
+testing::RunOutput exclude(const std::vector<std::string>& extra) {
+    std::vector<std::string> args = {"--mode", "exclude"};
+    args.insert(args.end(), extra.begin(), extra.end());
+    return runKelvorBinary(args, ENGLISH);
+}
+
+TEST(ExcludeMode, AddListAndRemoveAPath) {
+    TempHome home;
+    fs::create_directories(home / "Models");
+    fs::create_directories(home / "Old");
+
+    auto empty = exclude({});
+    EXPECT_EQ(empty.status, 0);
+    EXPECT_EQ(empty.out, "The exclusion list is empty. Add one with: --mode exclude --path <dir>\n");
+
+    auto added = exclude({"--path", "~/Models/"});
+    EXPECT_EQ(added.status, 0) << added.err;
+    EXPECT_EQ(added.out, "never offered again: " + (home / "Models") + "\n");
+    ASSERT_EQ(exclude({"--path", home / "Old"}).status, 0);
+    fs::remove(home / "Old");
+
+    auto listed = exclude({});
+    EXPECT_EQ(listed.status, 0);
+    EXPECT_EQ(listed.out, "2 path(s) Kelvor will never offer:\n"
+                          "  " + (home / "Models") + "\n"
+                          "  " + (home / "Old") + "   (no longer on disk)\n"
+                          "Remove one with: --mode exclude --path <dir> --force\n");
+
+    auto removed = exclude({"--path", home / "models", "--force"});
+    EXPECT_EQ(removed.status, 0) << removed.err;
+    EXPECT_EQ(removed.out, "removed from the exclusion list: " + (home / "models") + "\n");
+    auto notListed = exclude({"--force", "--path", home / "Models"});
+    EXPECT_EQ(notListed.status, 0);
+    EXPECT_EQ(notListed.out, "not in the exclusion list: " + (home / "Models") + "\n");
+    nlohmann::json onDisk = nlohmann::json::parse(readFile(home / ".kelvor/excluded.json"));
+    EXPECT_EQ(onDisk, nlohmann::json::array({home / "Old"}));
+}
+
+TEST(ExcludeMode, APathThatDoesNotExistIsRefused) {
+    TempHome home;
+    auto run = exclude({"--path", home / "nowhere"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.err, "no such path: " + (home / "nowhere") + "\n");
+    EXPECT_FALSE(fs::exists(home / ".kelvor/excluded.json"));
+}
+
+TEST(ExcludeMode, FailuresExitOne) {
+    TempHome home;
+    fs::create_directories(home / "Models");
+    writeFile(home / ".kelvor/excluded.json", "[not json");
+    auto unreadable = exclude({});
+    EXPECT_EQ(unreadable.status, 1);
+    EXPECT_NE(unreadable.err.find("exists but could not be read"), std::string::npos) << unreadable.err;
+    EXPECT_EQ(exclude({"--path", home / "Models"}).status, 1);
+    EXPECT_EQ(readFile(home / ".kelvor/excluded.json"), "[not json");
+
+    // The data folder cannot be made: nothing can be saved.
+    fs::remove_all(home / ".kelvor");
+    writeFile(home / ".kelvor", "a file, not a folder");
+    auto unsaved = exclude({"--path", home / "Models"});
+    EXPECT_EQ(unsaved.status, 1);
+    EXPECT_EQ(unsaved.err, "could not save the exclusion list\n");
+}
+
+}  // namespace
+}  // namespace kelvor
