@@ -1,4 +1,4 @@
-// Ordinary apps: browsers, editors of media, chat and updaters.
+// Apps and the tools catalogued last: browsers, media and chat apps, updaters, version managers, gcloud, MATLAB.
 // One row per store, grouped by owner in catalog order; the data only, no logic.
 #include "quillet/rules/catalog_groups.hpp"
 

@@ -12,6 +12,6 @@ std::vector<Rule> appleAndBuild();    // Xcode, iOS, Docker, Gradle, Rust, npm, 
 std::vector<Rule> aiApps();           // Jan … DiffusionBee
 std::vector<Rule> packageManagers();  // Go … Julia
 std::vector<Rule> toolchains();       // ghcup … pipx
-std::vector<Rule> apps();             // Google Chrome … Homebrew
+std::vector<Rule> apps();             // Google Chrome … Homebrew: apps and the tools catalogued last
 
 }  // namespace kelvor::catalog_rows
