@@ -76,6 +76,23 @@ TEST(Location, CasesOfTheLocationRule) {
     }
 }
 
+TEST(Location, XdgCacheHomeAloneMovesOnlyBasesWithAnXdgName) {
+    EnvLookup onlyXdg = lookupIn({{"XDG_CACHE_HOME", "/c"}});
+    int moved = 0;
+    for (const Rule& rule : CATALOG) {
+        RawPath path = resolveRawPath(rule, onlyXdg, "/h");
+        std::string input = rule.owner + " " + rule.sub;
+        if (rule.directEnv == "XDG_CACHE_HOME") continue;  // a rule that names the variable itself
+        if (rule.base.xdgName) {
+            ++moved;
+            EXPECT_EQ(path, (RawPath{"/c/huggingface/" + rule.sub, "XDG_CACHE_HOME"})) << input;
+        } else {
+            EXPECT_EQ(path, resolveRawPath(rule, lookupIn({}), "/h")) << input;
+        }
+    }
+    EXPECT_EQ(moved, 6) << "the six HuggingFace rows";
+}
+
 TEST(Location, AbsoluteSubWithAnEmptyBaseStaysAsIs) {
     Rule rule{.owner = "Generated", .sub = "/Volumes/Work/cache"};
     EXPECT_EQ(resolveRawPath(rule, lookupIn({}), "/h").path, "/Volumes/Work/cache");
