@@ -7,6 +7,7 @@
 
 #include "quillet/i18n/check.hpp"
 #include "quillet/i18n/text.hpp"
+#include "quillet/main/support_modes.hpp"
 #include "quillet/scan/harness.hpp"
 #include "quillet/space/exclude_mode.hpp"
 
@@ -23,8 +24,8 @@ int runUnavailable(const Settings& settings) {
 int runI18n(const Settings&) { return runI18nCheck() == 0 ? 0 : 1; }
 
 constexpr ModeEntry MODE_TABLE[] = {
-    {"support-matrix", runUnavailable, Housekeeping::skipped},
-    {"support-json", runUnavailable, Housekeeping::skipped},
+    {"support-matrix", runSupportMatrix, Housekeeping::skipped},
+    {"support-json", runSupportJson, Housekeeping::skipped},
     {"mcp", runUnavailable},
     {"mcp-install", runUnavailable},
     {"detect", runUnavailable},

@@ -1,0 +1,32 @@
+#include "quillet/rules/rule.hpp"
+
+#include <unordered_map>
+
+#include "quillet/i18n/sentences.hpp"
+#include "quillet/i18n/text.hpp"
+
+namespace kelvor {
+
+bool isOneClick(const Rule& rule) {
+    return rule.verified && (rule.tier == Tier::redownload || rule.tier == Tier::regenerate) &&
+           rule.burden == Burden::transparent;
+}
+
+std::string componentLabel(const Rule& rule) { return fromKorean(rule.component); }
+
+std::string recoveryText(const Rule& rule) { return fromKorean(rule.recovery); }
+
+std::optional<std::string> catalogEnglish(std::string_view korean) {
+    static const std::unordered_map<std::string_view, std::string_view> englishByKorean = [] {
+        std::unordered_map<std::string_view, std::string_view> built;
+        for (const Sentence& each : registeredSentences()) built.emplace(each.korean, each.english);
+        return built;
+    }();
+    auto found = englishByKorean.find(korean);
+    if (found == englishByKorean.end()) return std::nullopt;
+    return std::string(found->second);
+}
+
+std::string relocatedNote() { return L(" (env-relocated — confirm per item)"); }
+
+}  // namespace kelvor

@@ -1,0 +1,47 @@
+#pragma once
+// One rule: what a folder is, who owns it, how it comes back and on what evidence.
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "quillet/rules/base.hpp"
+#include "quillet/rules/burden.hpp"
+#include "quillet/rules/tier.hpp"
+
+namespace kelvor {
+
+// An immutable value, written with designated initializers; fields in this order.
+struct Rule {
+    std::string owner{};                     // owning tool or app; key of the owner tables and --owner
+    std::string component{};                 // short label of the store, in Korean (shown through the registry)
+    Base base = Base::home;                // where the owner keeps its data by default
+    std::string sub{};                       // path below the base, "/"-separated; may be empty
+    std::optional<std::string> directEnv{};  // a variable naming this store outright
+    std::optional<std::string> envSub{};     // path below directEnv's value; absent: the value itself
+    Tier tier = Tier::review;              // how the content comes back
+    std::string recovery{};                  // one Korean sentence: how it comes back or what is lost
+    std::string source{};                    // the evidence: kind word and citation, joined by " + "
+    bool verified = false;                 // the claims were proven for this store
+    Burden burden = Burden::interruptive;  // what removal costs beyond the bytes
+    bool liveSafe = false;                 // may go while its owner runs
+    std::vector<std::string> probeKnownFiles{};  // files tested for being open instead of a walk
+    bool probeBulk = false;                // tested for open files with one bulk walk
+
+    bool operator==(const Rule&) const = default;
+};
+
+// Whether a rule may be considered without a deliberate click: verified, tier A or B and a
+// transparent burden.
+bool isOneClick(const Rule& rule);
+
+// The component label and the recovery sentence in the current language.
+std::string componentLabel(const Rule& rule);
+std::string recoveryText(const Rule& rule);
+
+// The English form of a registered Korean catalog text, or none when it is not registered.
+std::optional<std::string> catalogEnglish(std::string_view korean);
+
+// The note put after a path that an environment variable moved, in the current language.
+std::string relocatedNote();
+
+}  // namespace kelvor
