@@ -9,13 +9,9 @@
 
 namespace kelvor {
 
-// Walker constants, read by the scan.
-inline constexpr unsigned VREG = 1;
-inline constexpr unsigned VDIR = 2;
-inline constexpr unsigned VLNK = 5;
-inline constexpr unsigned FSOPT_PACK_INVAL_ATTRS = 8;
-inline constexpr size_t BUF_SIZE = 262144;
-inline constexpr unsigned FLUSH_EVERY = 1024;
+// The walker's constants live with the walker: VREG, VDIR, VLNK in quillet/platform/dirs.hpp,
+// FSOPT_PACK_INVAL_ATTRS in quillet/platform/attr_records.hpp, BUF_SIZE and FLUSH_EVERY in
+// quillet/scan/walker.hpp.
 
 // The modes a terminal run takes when none is named.
 inline const std::vector<std::string> TERMINAL_DEFAULT_MODES = {"fm", "bulk", "par"};

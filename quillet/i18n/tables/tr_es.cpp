@@ -7,6 +7,7 @@ namespace {
 constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/es/main.inc"
 #include "quillet/i18n/tables/es/space.inc"
+#include "quillet/i18n/tables/es/scan.inc"
 };
 
 }  // namespace

@@ -7,6 +7,7 @@ namespace {
 constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/pl/main.inc"
 #include "quillet/i18n/tables/pl/space.inc"
+#include "quillet/i18n/tables/pl/scan.inc"
 };
 
 }  // namespace

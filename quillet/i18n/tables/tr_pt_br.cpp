@@ -7,6 +7,7 @@ namespace {
 constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/pt_br/main.inc"
 #include "quillet/i18n/tables/pt_br/space.inc"
+#include "quillet/i18n/tables/pt_br/scan.inc"
 };
 
 }  // namespace

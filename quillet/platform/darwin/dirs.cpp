@@ -1,0 +1,80 @@
+#include "quillet/platform/dirs.hpp"
+
+#include <fcntl.h>
+#include <sys/attr.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <span>
+
+#include "quillet/platform/attr_records.hpp"
+
+namespace kelvor {
+
+namespace {
+
+void countFailure(int code, std::uint64_t& denied, std::uint64_t& errors) {
+    if (code == EACCES || code == EPERM) ++denied;
+    else ++errors;
+}
+
+std::uint32_t typeOfMode(mode_t mode) {
+    switch (mode & S_IFMT) {
+        case S_IFREG: return VREG;
+        case S_IFDIR: return VDIR;
+        case S_IFLNK: return VLNK;
+        case S_IFBLK: return VBLK;
+        case S_IFCHR: return VCHR;
+        case S_IFSOCK: return VSOCK;
+        case S_IFIFO: return VFIFO;
+        default: return VNON;
+    }
+}
+
+}  // namespace
+
+// The bulk call returns every attribute of every entry at once, so `detail` changes nothing here.
+bool readDirBulk(const std::string& path, std::byte* buf, std::size_t bufSize, std::uint64_t& denied,
+                 std::uint64_t& errors, const EntrySink& sink, EntryDetail) {
+    int fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0) {
+        countFailure(errno, denied, errors);
+        return false;
+    }
+    struct attrlist request {};
+    request.bitmapcount = BULK_BITMAP_COUNT;
+    request.commonattr = BULK_COMMON_ATTRS;
+    request.fileattr = BULK_FILE_ATTRS;
+    for (;;) {
+        int count = ::getattrlistbulk(fd, &request, buf, bufSize, FSOPT_PACK_INVAL_ATTRS);
+        if (count < 0) {
+            countFailure(errno, denied, errors);
+            ::close(fd);
+            return false;
+        }
+        if (count == 0) break;
+        if (!decodeAttrRecords(std::span<const std::byte>(buf, bufSize), static_cast<std::uint32_t>(count), errors,
+                               sink)) {
+            ::close(fd);
+            return false;
+        }
+    }
+    ::close(fd);
+    return true;
+}
+
+Result<BulkEntry> entryAt(const std::string& path) {
+    struct stat info {};
+    if (::lstat(path.c_str(), &info) != 0) return errnoError(path);
+    BulkEntry entry;
+    size_t slash = path.find_last_of('/');
+    entry.name = slash == std::string::npos ? path : path.substr(slash + 1);
+    entry.objType = typeOfMode(info.st_mode);
+    entry.fileID = info.st_ino;
+    entry.linkCount = info.st_nlink;
+    entry.allocSize = info.st_blocks > 0 ? static_cast<std::uint64_t>(info.st_blocks) * 512 : 0;
+    entry.mtime = info.st_mtimespec.tv_sec;
+    return entry;
+}
+
+}  // namespace kelvor

@@ -1,0 +1,54 @@
+#pragma once
+// Reading whole directories at a time: the one directory reader every scan shares. No OS types here.
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "quillet/platform/result.hpp"
+
+namespace kelvor {
+
+// Object types as the platform reports them (macOS's vnode types; Linux maps onto the same codes).
+inline constexpr std::uint32_t VNON = 0;
+inline constexpr std::uint32_t VREG = 1;
+inline constexpr std::uint32_t VDIR = 2;
+inline constexpr std::uint32_t VBLK = 3;
+inline constexpr std::uint32_t VCHR = 4;
+inline constexpr std::uint32_t VLNK = 5;
+inline constexpr std::uint32_t VSOCK = 6;
+inline constexpr std::uint32_t VFIFO = 7;
+
+// One directory entry.
+struct BulkEntry {
+    std::string name;             // the entry's name only: Linux gives the stored bytes as they are,
+                                  // macOS gives UTF-8 with invalid bytes replaced
+    std::uint32_t objType = VNON;  // VREG, VDIR, VLNK, ...
+    std::uint64_t fileID = 0;      // inode number
+    std::uint32_t linkCount = 0;
+    std::uint64_t allocSize = 0;   // bytes allocated on disk
+    std::int64_t mtime = 0;        // modification time, whole seconds since the epoch
+};
+
+// How much a reader learns about entries that are not regular files. Sizes, link counts and times
+// cost one more call per entry on Linux, and a tree walk needs them for regular files only.
+enum class EntryDetail {
+    everyEntry,        // every field of every entry
+    regularFilesOnly,  // directories, links and others carry name, type and inode only
+};
+
+// Called once per entry; the entry is only valid during the call.
+using EntrySink = std::function<void(const BulkEntry&)>;
+
+// Reads the directory at `path` into `buf` (`bufSize` bytes, owned by the caller and reused across
+// calls) and calls `sink` for each entry, "." and ".." left out. A directory that cannot be opened
+// or read adds 1 to `denied` (EACCES, EPERM) or to `errors` (anything else); an entry that cannot
+// be read adds 1 to `errors` and is skipped. Returns true when the directory was read to its end.
+// Never follows a symbolic link inside the directory.
+bool readDirBulk(const std::string& path, std::byte* buf, std::size_t bufSize, std::uint64_t& denied,
+                 std::uint64_t& errors, const EntrySink& sink, EntryDetail detail = EntryDetail::everyEntry);
+
+// The entry at `path` itself (a final symbolic link is described, not followed).
+Result<BulkEntry> entryAt(const std::string& path);
+
+}  // namespace kelvor

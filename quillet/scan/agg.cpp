@@ -1,0 +1,75 @@
+#include "quillet/scan/agg.hpp"
+
+namespace kelvor {
+
+bool WorkerTally::empty() const { return bytes.empty() && files == 0 && dirs == 0 && errors == 0 && denied == 0; }
+
+double monotonicSeconds() {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+Agg::Agg(std::vector<std::string> bucketNames, double start)
+    : bucketNames_(std::move(bucketNames)), totals_(bucketNames_.size(), 0), start_(start) {}
+
+void Agg::flush(WorkerTally& local) {
+    if (local.empty()) return;
+    {
+        std::lock_guard guard(lock_);
+        for (const auto& [bucket, bytes] : local.bytes)
+            if (bucket >= 0 && static_cast<std::size_t>(bucket) < totals_.size()) totals_[static_cast<std::size_t>(bucket)] += bytes;
+        files_ += local.files;
+        dirs_ += local.dirs;
+        errors_ += local.errors;
+        denied_ += local.denied;
+    }
+    local.bytes.clear();
+    local.files = local.dirs = local.errors = local.denied = 0;
+}
+
+bool Agg::claimLinkedFile(const LinkSighting& sighting) {
+    std::lock_guard guard(lock_);
+    auto [seen, first] = seenInodes_.try_emplace(sighting.fileID, SeenFile{sighting.allocSize, sighting.linkCount, 0});
+    ++seen->second.sightings;
+    if (!first) ++hardlinkDupes_;
+    return first;
+}
+
+void Agg::sample() {
+    std::lock_guard guard(lock_);
+    snapshots_.push_back({monotonicSeconds() - start_, totals_});
+}
+
+AggState Agg::state() const {
+    std::lock_guard guard(lock_);
+    return {bucketNames_, totals_, files_, dirs_, errors_, denied_, hardlinkDupes_, snapshots_};
+}
+
+std::uint64_t Agg::bytesLinkedOutside() const {
+    std::lock_guard guard(lock_);
+    std::uint64_t bytes = 0;
+    for (const auto& [fileID, seen] : seenInodes_)
+        if (seen.sightings < seen.linkCount) bytes += seen.allocSize;
+    return bytes;
+}
+
+Sampler::Sampler(Agg& agg) : agg_(agg) {
+    // The first snapshot is taken here, so even a sampler stopped at once has recorded the start.
+    agg_.sample();
+    thread_ = std::thread([this] {
+        std::unique_lock running(runningLock_);
+        while (!wake_.wait_for(running, SAMPLE_EVERY, [this] { return !running_; })) agg_.sample();
+    });
+}
+
+Sampler::~Sampler() { stop(); }
+
+void Sampler::stop() {
+    {
+        std::lock_guard running(runningLock_);
+        running_ = false;
+    }
+    wake_.notify_all();
+    if (thread_.joinable()) thread_.join();
+}
+
+}  // namespace kelvor

@@ -1,0 +1,89 @@
+#pragma once
+// The bulk walker: a fixed pool of workers over one shared work queue, each reading whole
+// directories with readDirBulk and adding allocated bytes per bucket into an aggregate.
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "quillet/scan/agg.hpp"
+
+namespace kelvor {
+
+// The buffer each reader hands to the bulk directory call, reused across directories.
+inline constexpr std::size_t BUF_SIZE = 262144;
+// Entries a worker handles between two flushes into the aggregate.
+inline constexpr unsigned FLUSH_EVERY = 1024;
+// Each worker's stack.
+inline constexpr std::size_t WORKER_STACK_BYTES = 1048576;
+// Consumed items at the front of a breadth-first queue before it may be compacted.
+inline constexpr std::size_t QUEUE_COMPACT_AT = 4096;
+
+// A directory still to read, and the bucket its bytes count towards.
+struct WorkItem {
+    std::string path;
+    int bucket = 0;
+};
+
+enum class QueueOrder {
+    depthFirst,    // last in, first out: keeps the list short
+    breadthFirst,  // first in, first out
+};
+
+using Deadline = std::chrono::steady_clock::time_point;
+
+// The work list shared by all workers. Reaches done exactly once: when no worker holds an item and
+// none is waiting.
+class WorkQueue {
+public:
+    // A queue holding `seeds`; when a deadline is given, the queue cancels itself once it has passed.
+    WorkQueue(std::vector<WorkItem> seeds, QueueOrder order, std::optional<Deadline> deadline = std::nullopt);
+
+    // The next item, which the caller then holds until finish(); none when the walk is done or
+    // cancelled. Waits while other workers may still push items.
+    std::optional<WorkItem> pop();
+
+    // Hands back the held item, adding the directories found in it (moved out of `pushing`).
+    void finish(std::vector<WorkItem>& pushing);
+
+    // Makes every pop() return none from its next check on.
+    void cancel();
+
+    bool cancelled() const;
+    bool done() const;
+    // Items held in storage, consumed ones at the front of a breadth-first list included.
+    std::size_t stored() const;
+
+private:
+    bool available() const;  // with lock_ held
+    bool pastDeadline();     // with lock_ held; cancels when it has passed
+
+    mutable std::mutex lock_;
+    std::condition_variable cond_;
+    std::vector<WorkItem> stack_;
+    std::size_t head_ = 0;
+    const QueueOrder order_;
+    const std::optional<Deadline> deadline_;
+    int busy_ = 0;
+    bool done_ = false;
+    bool cancelled_ = false;
+};
+
+enum class WalkEnd { finished, cancelled };
+
+// Walks every tree in `seeds` with `threads` workers (at least 1, each on a WORKER_STACK_BYTES
+// stack), adding into `agg`: regular files' allocated bytes per bucket (a multiply-linked file
+// once, in the bucket met first), files, dirs, errors and denied. Symbolic links are never
+// followed or measured. Returns when every worker has ended; cancelled when the deadline passed
+// before the walk was done.
+WalkEnd scanBulk(int threads, Agg& agg, std::vector<WorkItem> seeds, QueueOrder order,
+                 std::optional<Deadline> deadline = std::nullopt);
+
+// `folder` + "/" + `name`, without doubling the slash of "/".
+std::string childPath(const std::string& folder, const std::string& name);
+
+}  // namespace kelvor

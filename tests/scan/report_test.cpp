@@ -1,0 +1,138 @@
+#include "quillet/scan/report.hpp"
+
+#include <gtest/gtest.h>
+
+#include "quillet/i18n/app_lang.hpp"
+
+namespace kelvor {
+namespace {
+
+using Totals = std::vector<std::uint64_t>;
+
+TEST(TopSet, LargestValuesWithEarlierIndexWinningTies) {
+    struct Case {
+        const char* input;
+        Totals values;
+        std::size_t k;
+        std::set<std::size_t> expected;
+    };
+    const Case cases[] = {
+        {"plain", {5, 9, 1, 7}, 2, {1, 3}},
+        {"ties", {4, 4, 4, 4}, 2, {0, 1}},
+        {"tie at the edge", {9, 3, 5, 5}, 2, {0, 2}},
+        {"k above size", {1, 2}, 5, {0, 1}},
+        {"empty", {}, 3, {}},
+        {"k zero", {1, 2}, 0, {}},
+    };
+    for (const Case& c : cases) EXPECT_EQ(topSet(c.values, c.k), c.expected) << c.input;
+}
+
+TEST(TimeToFraction, FirstSnapshotThatReachesTheShareOfTheLast) {
+    const std::vector<Snapshot> snapshots = {{0.0, {0, 0}}, {0.05, {10, 20}}, {0.1, {40, 30}}, {0.15, {60, 40}}};
+    struct Case {
+        double fraction;
+        std::optional<double> expected;
+    };
+    const Case cases[] = {{0.0, 0.0}, {0.3, 0.05}, {0.5, 0.1}, {0.7, 0.1}, {0.71, 0.15}, {1.0, 0.15}, {1.01, std::nullopt}};
+    for (const Case& c : cases) EXPECT_EQ(timeToFraction(snapshots, c.fraction), c.expected) << c.fraction;
+    EXPECT_EQ(timeToFraction({}, 0.5), std::nullopt);
+}
+
+TEST(TopSetStableTime, TheSetMustReachTheFinalOneAndStay) {
+    // Bucket 2 leads, falls behind, then leads again for good at 0.3.
+    const std::vector<Snapshot> snapshots = {
+        {0.0, {0, 0, 5}}, {0.1, {0, 9, 5}}, {0.2, {9, 9, 5}}, {0.3, {9, 10, 20}}, {0.4, {9, 11, 20}}};
+    EXPECT_EQ(topSetStableTime(snapshots, 1), 0.3);
+    EXPECT_EQ(topSetStableTime(snapshots, 2), 0.3) << "{1, 2} only from 0.3 on";
+    EXPECT_EQ(topSetStableTime(snapshots, 3), 0.0) << "every bucket is always in a set of three";
+    EXPECT_EQ(topSetStableTime({}, 20), std::nullopt);
+}
+
+TEST(ProgressRows, EvenlySpacedFromFirstToLast) {
+    struct Case {
+        std::size_t count;
+        std::vector<std::size_t> expected;
+    };
+    const Case cases[] = {
+        {0, {}}, {1, {0}}, {2, {0, 1}}, {4, {0, 1, 2, 3}}, {8, {0, 1, 2, 3, 4, 5, 6, 7}},
+        {15, {0, 2, 4, 6, 8, 10, 12, 14}}, {101, {0, 14, 29, 43, 57, 71, 86, 100}},
+    };
+    for (const Case& c : cases) EXPECT_EQ(progressRows(c.count, PROGRESS_ROWS), c.expected) << c.count;
+}
+
+TEST(Report, EveryLineInItsFormat) {
+    forceAppLang(AppLang::en);
+    AggState agg;
+    agg.bucketNames = {"a", "b", "c"};
+    agg.totals = {3000, 1000, 0};
+    agg.files = 5;
+    agg.dirs = 2;
+    agg.hardlinkDupes = 1;
+    agg.denied = 2;
+    agg.snapshots = {{0.0, {0, 0, 0}}, {0.05, {0, 1000, 0}}, {0.1, {2000, 1000, 0}}, {0.15, {3000, 1000, 0}}};
+    const std::string expected =
+        "\n"
+        "=== par ===\n"
+        "  total scanned      : 4.5 KB  (5 files, 2 dirs)\n"
+        "  hardlink dupes     : 1 skipped\n"
+        "  errors / denied    : 0 / 2\n"
+        "  wall clock         : 0.20 s\n"
+        "  t@50% of bytes     : 0.10 s\n"
+        "  t@80% of bytes     : 0.15 s\n"
+        "  t@95% of bytes     : 0.15 s\n"
+        "  top-20 set stable  : 0.00 s  (0% of wall)\n"
+        "  throughput         : 25 files/s\n"
+        "  --- progressive accuracy (what the user would see) ---\n"
+        "   t=0.00s  bytes   0% of final   top5 match 3/5 ✓\n"
+        "   t=0.05s  bytes  25% of final   top5 match 3/5 ✓   largest so far: b (1.0 KB)\n"
+        "   t=0.10s  bytes  75% of final   top5 match 3/5 ✓   largest so far: a (2.0 KB)\n"
+        "   t=0.15s  bytes 100% of final   top5 match 3/5 ✓   largest so far: a (3.0 KB)\n"
+        "  --- top 12 buckets ---\n"
+        "    1. a                                  3.0 KB\n"
+        "    2. b                                  1.0 KB\n"
+        "    3. (files at root)                    500.0 B\n";
+    EXPECT_EQ(report("par", agg, 0.2, 500), expected);
+}
+
+TEST(Report, RankingAndSettlingAcrossManyBuckets) {
+    forceAppLang(AppLang::en);
+    AggState agg;
+    for (int i = 0; i < 30; ++i) agg.bucketNames.push_back("bucket-" + std::to_string(i));
+    Totals early(30, 0), final(30, 0);
+    for (int i = 0; i < 30; ++i) final[static_cast<std::size_t>(i)] = 1000u * static_cast<std::uint64_t>(i + 1);
+    early[0] = 900000;  // looks largest at first, ends smallest
+    final[0] = 900;
+    agg.totals = final;
+    agg.files = 30;
+    agg.snapshots = {{0.0, Totals(30, 0)}, {0.5, early}, {1.0, final}};
+    std::string text = report("bfs", agg, 2.0, 0);
+    EXPECT_NE(text.find("  top-20 set stable  : 1.00 s  (50% of wall)\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("   t=0.50s  bytes 194% of final   top5 match 0/5     largest so far: bucket-0 (900.0 KB)\n"),
+              std::string::npos)
+        << text;
+    EXPECT_NE(text.find("   12. bucket-18                          19.0 KB\n"), std::string::npos) << text;
+    EXPECT_EQ(text.find("   13."), std::string::npos) << "at most 12 buckets";
+}
+
+TEST(Report, AnEmptyTreeDividesByTheFlooredWallTime) {
+    forceAppLang(AppLang::en);
+    AggState agg;
+    agg.snapshots = {{0.0, {}}};
+    std::string text = report("par", agg, 0.0, 0);
+    EXPECT_NE(text.find("  total scanned      : 0.0 B  (0 files, 0 dirs)\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("  t@95% of bytes     : 0.00 s\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("  top-20 set stable  : 0.00 s  (0% of wall)\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("  throughput         : 0 files/s\n"), std::string::npos) << text;
+    EXPECT_EQ(text.find("nan"), std::string::npos) << text;
+    EXPECT_EQ(text.find("inf"), std::string::npos) << text;
+    EXPECT_TRUE(text.ends_with("  --- top 12 buckets ---\n")) << text;
+
+    AggState unsampled;
+    unsampled.files = 3;
+    std::string quick = report("bulk", unsampled, 0.0004, 0);
+    EXPECT_NE(quick.find("  t@50% of bytes     : 0.00 s\n"), std::string::npos) << quick;
+    EXPECT_NE(quick.find("  throughput         : 3000 files/s\n"), std::string::npos) << quick;
+}
+
+}  // namespace
+}  // namespace kelvor
