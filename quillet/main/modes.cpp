@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "quillet/clean/clean_plan.hpp"
 #include "quillet/i18n/check.hpp"
 #include "quillet/i18n/text.hpp"
 #include "quillet/main/support_modes.hpp"
@@ -49,7 +50,7 @@ constexpr ModeEntry MODE_TABLE[] = {
     {"exclude", runExclude},
     {"icon", runUnavailable},
     {"icon-art", runUnavailable},
-    {"clean", runUnavailable},
+    {"clean", runClean},
     {"treemap", runUnavailable},
     {"bars", runUnavailable},
     {"icicle", runUnavailable},

@@ -112,7 +112,7 @@ std::vector<Rule> appleAndBuild() {
          .burden = Burden::interruptive},
         {.owner = "Rust", .component = "설정", .base = Base::rustup, .sub = "settings.toml",
          .tier = Tier::protected_, .recovery = "설정이 담김 — 보호되어 지우지 않음", .source = "정책(보호) + 문서: rustup 설정",
-         .verified = true, .burden = Burden::interruptive},
+         .verified = true, .burden = Burden::interruptive, .kind = StoreKind::file},
         // Cargo — base ~/.cargo (env CARGO_HOME)
         {.owner = "Cargo", .component = "레지스트리 캐시", .base = Base::cargo, .sub = "registry",
          .tier = Tier::redownload, .recovery = "다음 빌드·설치 시 패키지 저장소에서 다시 내려받음",
@@ -217,7 +217,8 @@ std::vector<Rule> appleAndBuild() {
          .burden = Burden::interruptive},
         {.owner = "Android Emulator", .component = "adb 기기 키", .base = Base::androidUser, .sub = "adbkey",
          .tier = Tier::protected_, .recovery = "자격 증명·키 — 지우면 다시 로그인·승인해야 하므로 보호됨",
-         .source = "정책(보호) + 문서: adb 기기 인증", .verified = true, .burden = Burden::interruptive},
+         .source = "정책(보호) + 문서: adb 기기 인증", .verified = true, .burden = Burden::interruptive,
+         .kind = StoreKind::file},
         // Node — base ~
         {.owner = "Node", .component = "node-gyp 헤더", .sub = "Library/Caches/node-gyp",
          .directEnv = "npm_config_devdir", .tier = Tier::redownload, .recovery = "다음 사용 시 원본에서 다시 내려받음",

@@ -39,7 +39,7 @@ std::vector<Rule> packageManagers() {
          .verified = true, .burden = Burden::identity},
         {.owner = "RubyGems", .component = "자격 증명", .sub = ".gem/credentials", .tier = Tier::protected_,
          .recovery = "자격 증명·키 — 지우면 다시 로그인·승인해야 하므로 보호됨", .source = "정책(보호) + 문서: RubyGems 자격 증명",
-         .burden = Burden::interruptive},
+         .burden = Burden::interruptive, .kind = StoreKind::file},
         // Yarn — base ~
         {.owner = "Yarn", .component = "패키지 캐시", .sub = "Library/Caches/Yarn", .directEnv = "YARN_CACHE_FOLDER",
          .tier = Tier::redownload, .recovery = "다음 빌드·설치 시 패키지 저장소에서 다시 내려받음",

@@ -12,7 +12,14 @@ bool isOneClick(const Rule& rule) {
            rule.burden == Burden::transparent;
 }
 
-std::string componentLabel(const Rule& rule) { return fromKorean(rule.component); }
+std::string componentLabel(const Rule& rule) {
+    std::string_view component = rule.component;
+    if (component.ends_with(RELOCATED_SUFFIX_KOREAN)) {
+        component.remove_suffix(RELOCATED_SUFFIX_KOREAN.size());
+        return fromKorean(component) + relocatedNote();
+    }
+    return fromKorean(component);
+}
 
 std::string recoveryText(const Rule& rule) { return fromKorean(rule.recovery); }
 

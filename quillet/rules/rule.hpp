@@ -2,6 +2,7 @@
 // One rule: what a folder is, who owns it, how it comes back and on what evidence.
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "quillet/rules/base.hpp"
@@ -9,6 +10,12 @@
 #include "quillet/rules/tier.hpp"
 
 namespace kelvor {
+
+// Whether a rule names a folder (most stores) or a single file (settings, keys, credentials).
+enum class StoreKind { folder, file };
+
+// The Korean note a rule's component carries when an environment variable moved its store.
+inline constexpr std::string_view RELOCATED_SUFFIX_KOREAN = " (환경변수로 재지정됨 — 개별 확인)";
 
 // An immutable value, written with designated initializers; fields in this order.
 struct Rule {
@@ -26,6 +33,7 @@ struct Rule {
     bool liveSafe = false;                 // may go while its owner runs
     std::vector<std::string> probeKnownFiles{};  // files tested for being open instead of a walk
     bool probeBulk = false;                // tested for open files with one bulk walk
+    StoreKind kind = StoreKind::folder;    // what must be at the path for the rule to hold
 
     bool operator==(const Rule&) const = default;
 };

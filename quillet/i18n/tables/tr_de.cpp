@@ -6,6 +6,7 @@ namespace {
 
 constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/de/main.inc"
+#include "quillet/i18n/tables/de/clean.inc"
 #include "quillet/i18n/tables/de/space.inc"
 #include "quillet/i18n/tables/de/scan.inc"
 };

@@ -6,6 +6,7 @@ namespace {
 
 constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/es/main.inc"
+#include "quillet/i18n/tables/es/clean.inc"
 #include "quillet/i18n/tables/es/space.inc"
 #include "quillet/i18n/tables/es/scan.inc"
 };

@@ -6,6 +6,7 @@ namespace {
 
 constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/ja/main.inc"
+#include "quillet/i18n/tables/ja/clean.inc"
 #include "quillet/i18n/tables/ja/space.inc"
 #include "quillet/i18n/tables/ja/scan.inc"
 };

@@ -6,6 +6,7 @@ namespace {
 
 constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/pl/main.inc"
+#include "quillet/i18n/tables/pl/clean.inc"
 #include "quillet/i18n/tables/pl/space.inc"
 #include "quillet/i18n/tables/pl/scan.inc"
 };

@@ -6,6 +6,7 @@ namespace {
 
 constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/pt_br/main.inc"
+#include "quillet/i18n/tables/pt_br/clean.inc"
 #include "quillet/i18n/tables/pt_br/space.inc"
 #include "quillet/i18n/tables/pt_br/scan.inc"
 };

@@ -1,0 +1,37 @@
+#pragma once
+// From rules to concrete paths: every rule resolved by the location rule, each path kept once.
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "quillet/rules/rule.hpp"
+
+namespace kelvor {
+
+struct ResolvedRule {
+    Rule rule;
+    std::string path;                       // the store where it really is
+    std::optional<std::string> relocated;   // the variable that moved it, if any
+    std::optional<std::string> linkedFrom;  // the path the rule named, when a link led elsewhere
+};
+
+// Every rule: the catalog's rows (the rule generators add theirs here as they land).
+std::vector<Rule> allRules();
+
+// Where a store really is: `path` with every symbolic link in it resolved, and the original
+// path when that changed anything. A path that does not exist is returned as it is.
+struct StoreLocation {
+    std::string path;
+    std::optional<std::string> linkedFrom;
+};
+StoreLocation followStoreLink(const std::string& path);
+
+// Each rule's path by the location rule, followed through links, kept once (claimedOnce).
+std::vector<ResolvedRule> resolvedRules(const std::vector<Rule>& rules);
+std::vector<ResolvedRule> resolvedRules();
+
+// The list with every path kept once, for the first rule that claims it (catalog order), and
+// one "scan" log line saying how many rows were dropped, when any were.
+std::vector<ResolvedRule> claimedOnce(std::vector<ResolvedRule> resolved);
+
+}  // namespace kelvor

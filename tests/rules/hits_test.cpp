@@ -1,0 +1,188 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <set>
+
+#include "quillet/log/log.hpp"
+#include "quillet/rules/catalog.hpp"
+#include "quillet/rules/hits.hpp"
+#include "quillet/rules/location.hpp"
+#include "quillet/space/exclusions.hpp"
+#include "tests/support/temp_home.hpp"
+
+namespace kelvor {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::TempHome;
+using testing::writeFile;
+
+constexpr std::uint64_t GB = 1000ull * 1000 * 1000;
+
+Rule folderRule(std::string owner, std::string component, std::string sub, bool verified = true) {
+    return Rule{.owner = std::move(owner), .component = std::move(component), .sub = std::move(sub),
+                .tier = Tier::redownload, .verified = verified};
+}
+
+Hit hitOf(const std::string& path, std::uint64_t bytes, std::uint64_t shared = 0) {
+    Hit hit{folderRule("Tool", "모델", ""), {}, std::nullopt, path, std::nullopt};
+    hit.stat.bytes = bytes;
+    hit.stat.shared = shared;
+    return hit;
+}
+
+size_t countInLog(const std::string& needle) {
+    KelvorLog::drain();
+    std::string text = testing::readFile(KelvorLog::logPath());
+    size_t count = 0;
+    for (size_t at = text.find(needle); at != std::string::npos; at = text.find(needle, at + 1)) ++count;
+    return count;
+}
+
+// Allocated bytes of the regular files below `root`, each inode once, as du would count them.
+std::uint64_t allocatedBytes(const std::string& root) {
+    std::set<ino_t> seen;
+    std::uint64_t total = 0;
+    for (const auto& entry : fs::recursive_directory_iterator(root)) {
+        struct stat info {};
+        if (::lstat(entry.path().c_str(), &info) == 0 && S_ISREG(info.st_mode) && seen.insert(info.st_ino).second)
+            total += static_cast<std::uint64_t>(info.st_blocks) * 512;
+    }
+    return total;
+}
+
+TEST(ClaimedOnce, TwoRulesOnOnePathGiveOneEntryAndOneLogLine) {
+    TempHome home;
+    std::vector<ResolvedRule> resolved = {
+        {folderRule("First", "모델", "m"), home / "m", std::nullopt, std::nullopt},
+        {folderRule("Second", "모델", "m"), home / "m", std::nullopt, std::nullopt},
+        {folderRule("Third", "모델", "n"), home / "n", std::nullopt, std::nullopt},
+    };
+    std::vector<ResolvedRule> kept = claimedOnce(resolved);
+    ASSERT_EQ(kept.size(), 2u);
+    EXPECT_EQ(kept[0].rule.owner, "First") << "the first rule in catalog order keeps the path";
+    EXPECT_EQ(countInLog("claimed once: 1 of your files sit inside a store or folder another row already counts"), 1u);
+    claimedOnce({resolved[2]});
+    EXPECT_EQ(countInLog("claimed once:"), 1u) << "nothing dropped, nothing logged";
+}
+
+TEST(DedupeNested, FoldersLoseTheBytesOfHitsInsideThem) {
+    TempHome home;
+    std::vector<Hit> hits = dedupeNested({hitOf("/s/models", 10 * GB, 9 * GB), hitOf("/s/models/hub", 3 * GB),
+                                          hitOf("/s/models-old", 2 * GB)});
+    EXPECT_EQ(hits[0].stat.bytes, 7 * GB);
+    EXPECT_EQ(hits[0].stat.shared, 7 * GB) << "shared bytes never exceed the bytes";
+    EXPECT_EQ(hits[1].stat.bytes, 3 * GB);
+    EXPECT_EQ(hits[2].stat.bytes, 2 * GB) << "a sibling with a longer name is not inside";
+    EXPECT_EQ(countInLog("nested: Tool — 모델 drops 3.0 GB already claimed by a deeper rule"), 1u);
+
+    hits = dedupeNested({hitOf("/s/a", 1 * GB), hitOf("/s/a/b", 4 * GB), hitOf("/s/a/b/c", 1 * GB)});
+    EXPECT_EQ(hits[0].stat.bytes, 0u) << "a contained hit larger than its folder brings it to 0";
+    EXPECT_EQ(hits[1].stat.bytes, 3 * GB);
+    EXPECT_EQ(hits.size(), 3u);
+}
+
+TEST(CollectHits, DropsEmptyExcludedAndOwnStoresAndKeepsOrder) {
+    TempHome home;
+    for (const char* folder : {"a", "b", "empty", "excluded", ".kelvor/cache", "slow"}) fs::create_directories(home / folder);
+    std::vector<ResolvedRule> resolved;
+    for (const char* folder : {"a", "empty", "excluded", ".kelvor/cache", "missing", "b", "slow"})
+        resolved.push_back({folderRule(folder, "모델", folder), home / folder, std::nullopt, std::nullopt});
+    ASSERT_TRUE(Exclusions::shared().add(home / "excluded"));
+
+    TreeMeasure measure = [&](const std::string& path, int) {
+        TreeStat stat;
+        if (path == home / "slow") stat.timedOut = true;
+        else if (path != home / "empty") stat.bytes = 5 * GB;
+        return stat;
+    };
+    std::vector<std::string> seen;
+    std::vector<MeasureProgress> steps;
+    HitCallbacks callbacks{[&](const Hit& hit) { seen.push_back(hit.rule.owner); },
+                           [&](const MeasureProgress& step) { steps.push_back(step); }};
+    std::vector<Hit> hits = collectHitsFrom(resolved, 2, callbacks, measure);
+
+    std::vector<std::string> owners;
+    for (const Hit& hit : hits) owners.push_back(hit.rule.owner);
+    EXPECT_EQ(owners, (std::vector<std::string>{"a", "b", "slow"}));
+    EXPECT_TRUE(hits[2].stat.timedOut) << "a store not measured in time is still a hit";
+    EXPECT_EQ(seen, (std::vector<std::string>{"a", "excluded", ".kelvor/cache", "b", "slow"}));
+    ASSERT_EQ(steps.size(), resolved.size());
+    EXPECT_EQ(steps.back().storesDone, resolved.size());
+    EXPECT_EQ(steps.back().bytesSoFar, 20 * GB);
+}
+
+TEST(CollectHits, EvidenceMustHoldAtThePath) {
+    TempHome home;
+    fs::create_directories(home / "folder");
+    writeFile(home / "file.toml", "x");
+    Rule folder = folderRule("Tool", "모델", "folder");
+    Rule file = folderRule("Tool", "모델", "file.toml");
+    file.kind = StoreKind::file;
+    EXPECT_TRUE(ruleEvidenceHolds(folder, home / "folder"));
+    EXPECT_FALSE(ruleEvidenceHolds(folder, home / "file.toml")) << "a folder rule does not claim a file";
+    EXPECT_TRUE(ruleEvidenceHolds(file, home / "file.toml"));
+    EXPECT_FALSE(ruleEvidenceHolds(file, home / "folder"));
+    EXPECT_FALSE(ruleEvidenceHolds(folder, home.path())) << "never the home folder itself";
+    EXPECT_FALSE(ruleEvidenceHolds(folder, fs::path(home.path()).parent_path().string())) << "nor above it";
+    EXPECT_FALSE(ruleEvidenceHolds(folder, home / "absent"));
+    std::string someoneElses = "/etc";
+    if (::geteuid() == 0) {
+        fs::create_directories(home / "theirs");
+        ASSERT_EQ(::chown((home / "theirs").c_str(), 65534, 65534), 0);
+        someoneElses = home / "theirs";
+    }
+    EXPECT_FALSE(ruleEvidenceHolds(folder, someoneElses)) << "not the person's own";
+}
+
+TEST(CollectHits, ResolvedRulesFollowAStoreMovedBehindALink) {
+    TempHome home;
+    setLoginEnvironmentReader([] { return LoginEnvironment{}; });
+    writeFile(home / "disk/hub/model.bin", std::string(8192, 'm'));
+    fs::create_directories(home / ".cache/huggingface");
+    fs::create_directory_symlink(home / "disk/hub", home / ".cache/huggingface/hub");
+    std::vector<Hit> hits = collectHits(1);
+    auto hub = std::find_if(hits.begin(), hits.end(), [](const Hit& hit) { return hit.rule.component == "허브 캐시"; });
+    ASSERT_NE(hub, hits.end());
+    EXPECT_EQ(hub->path, home / "disk/hub") << "measured where it really is";
+    EXPECT_EQ(hub->linkedFrom, home / ".cache/huggingface/hub") << "and the hit says so";
+    EXPECT_GE(hub->stat.bytes, 8192u);
+    setLoginEnvironmentReader({});
+}
+
+TEST(CollectHits, CatalogStoresOnAFakeHome) {
+    TempHome home;
+    setLoginEnvironmentReader([] { return LoginEnvironment{}; });
+    writeFile(home / ".cache/huggingface/hub/models--x/blob", std::string(50000, 'h'));
+    writeFile(home / ".npm/_cacache/index", std::string(3000, 'n'));
+    fs::create_directories(home / ".gradle/caches/modules-2");  // empty: no hit
+    std::vector<Hit> hits = collectHits(2);
+    std::map<std::string, const Hit*> byPath;
+    for (const Hit& hit : hits) byPath[hit.path] = &hit;
+    ASSERT_TRUE(byPath.contains(home / ".cache/huggingface/hub"));
+    ASSERT_TRUE(byPath.contains(home / ".npm/_cacache"));
+    EXPECT_FALSE(byPath.contains(home / ".gradle/caches/modules-2"));
+    EXPECT_EQ(byPath[home / ".npm/_cacache"]->stat.bytes, allocatedBytes(home / ".npm/_cacache"));
+    EXPECT_FALSE(byPath[home / ".npm/_cacache"]->relocated);
+
+    // HF_HOME elsewhere: the HuggingFace hits are found there, shown as moved.
+    writeFile(home / "elsewhere/hub/blob", std::string(4096, 'e'));
+    home.setEnv("HF_HOME", home / "elsewhere");
+    hits = collectHits(2);
+    auto hub = std::find_if(hits.begin(), hits.end(), [&](const Hit& hit) { return hit.path == home / "elsewhere/hub"; });
+    ASSERT_NE(hub, hits.end());
+    EXPECT_EQ(hub->relocated, "HF_HOME");
+    EXPECT_TRUE(hub->rule.component.ends_with(" (환경변수로 재지정됨 — 개별 확인)")) << hub->rule.component;
+    EXPECT_FALSE(hub->rule.verified) << "a moved store waits for a deliberate choice";
+
+    // A store relocated into Kelvor's own folder is never a hit.
+    writeFile(home / ".kelvor/hf/hub/blob", std::string(4096, 'k'));
+    home.setEnv("HF_HOME", home / ".kelvor/hf");
+    for (const Hit& hit : collectHits(2)) EXPECT_FALSE(isOwnState(hit.path)) << hit.path;
+    setLoginEnvironmentReader({});
+}
+
+}  // namespace
+}  // namespace kelvor
