@@ -123,12 +123,17 @@ std::string L(std::string_view english) {
     return out;
 }
 
-std::string fromKorean(std::string_view korean) {
-    if (appLang() == AppLang::ko) return std::string(korean);
+std::optional<std::string_view> englishForKorean(std::string_view korean) {
     const auto& index = registryIndex().englishByKorean;
     auto found = index.find(korean);
-    if (found == index.end()) return std::string(korean);
-    return L(found->second);
+    if (found == index.end()) return std::nullopt;
+    return found->second;
+}
+
+std::string fromKorean(std::string_view korean) {
+    if (appLang() == AppLang::ko) return std::string(korean);
+    std::optional<std::string_view> english = englishForKorean(korean);
+    return english ? L(*english) : std::string(korean);
 }
 
 std::string josa(std::string_view word, std::string_view withFinal, std::string_view withoutFinal) {

@@ -1,6 +1,7 @@
 #pragma once
 // Looking a sentence up in the current language and filling its placeholders.
 #include <initializer_list>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -26,6 +27,9 @@ std::string L(std::string_view english);
 // A catalog text written in Korean, in the current language (through its registered English
 // form); a text that is not registered is shown as written.
 std::string fromKorean(std::string_view korean);
+
+// The registered English form of a Korean text, or none when it is not registered.
+std::optional<std::string_view> englishForKorean(std::string_view korean);
 
 // The Korean particle to put after `word`: `withFinal` when its last sound is a consonant.
 std::string josa(std::string_view word, std::string_view withFinal, std::string_view withoutFinal);

@@ -1,7 +1,5 @@
 #include "quillet/rules/rule.hpp"
 
-#include <unordered_map>
-
 #include "quillet/i18n/sentences.hpp"
 #include "quillet/i18n/text.hpp"
 
@@ -24,14 +22,8 @@ std::string componentLabel(const Rule& rule) {
 std::string recoveryText(const Rule& rule) { return fromKorean(rule.recovery); }
 
 std::optional<std::string> catalogEnglish(std::string_view korean) {
-    static const std::unordered_map<std::string_view, std::string_view> englishByKorean = [] {
-        std::unordered_map<std::string_view, std::string_view> built;
-        for (const Sentence& each : registeredSentences()) built.emplace(each.korean, each.english);
-        return built;
-    }();
-    auto found = englishByKorean.find(korean);
-    if (found == englishByKorean.end()) return std::nullopt;
-    return std::string(found->second);
+    if (auto english = englishForKorean(korean)) return std::string(*english);
+    return std::nullopt;
 }
 
 std::string relocatedNote() { return L(" (env-relocated — confirm per item)"); }
