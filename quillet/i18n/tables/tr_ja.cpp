@@ -6,6 +6,7 @@ namespace {
 
 constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/ja/main.inc"
+#include "quillet/i18n/tables/ja/catalog.inc"
 };
 
 }  // namespace

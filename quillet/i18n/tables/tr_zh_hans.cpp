@@ -6,6 +6,7 @@ namespace {
 
 constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/zh_hans/main.inc"
+#include "quillet/i18n/tables/zh_hans/catalog.inc"
 };
 
 }  // namespace

@@ -6,6 +6,7 @@ namespace {
 
 constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/zh_hant/main.inc"
+#include "quillet/i18n/tables/zh_hant/catalog.inc"
 };
 
 }  // namespace
