@@ -9,6 +9,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/ja/clean.inc"
 #include "quillet/i18n/tables/ja/space.inc"
 #include "quillet/i18n/tables/ja/scan.inc"
+#include "quillet/i18n/tables/ja/catalog.inc"
 };
 
 }  // namespace

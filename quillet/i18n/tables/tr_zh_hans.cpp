@@ -9,6 +9,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/zh_hans/clean.inc"
 #include "quillet/i18n/tables/zh_hans/space.inc"
 #include "quillet/i18n/tables/zh_hans/scan.inc"
+#include "quillet/i18n/tables/zh_hans/catalog.inc"
 };
 
 }  // namespace

@@ -9,6 +9,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/zh_hant/clean.inc"
 #include "quillet/i18n/tables/zh_hant/space.inc"
 #include "quillet/i18n/tables/zh_hant/scan.inc"
+#include "quillet/i18n/tables/zh_hant/catalog.inc"
 };
 
 }  // namespace
