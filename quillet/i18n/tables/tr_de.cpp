@@ -6,6 +6,7 @@ namespace {
 
 constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/de/main.inc"
+#include "quillet/i18n/tables/de/catalog.inc"
 };
 
 }  // namespace

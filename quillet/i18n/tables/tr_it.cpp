@@ -6,6 +6,7 @@ namespace {
 
 constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/it/main.inc"
+#include "quillet/i18n/tables/it/catalog.inc"
 };
 
 }  // namespace

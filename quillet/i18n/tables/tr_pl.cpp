@@ -6,6 +6,7 @@ namespace {
 
 constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/pl/main.inc"
+#include "quillet/i18n/tables/pl/catalog.inc"
 };
 
 }  // namespace
