@@ -9,6 +9,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/de/clean.inc"
 #include "quillet/i18n/tables/de/space.inc"
 #include "quillet/i18n/tables/de/scan.inc"
+#include "quillet/i18n/tables/de/catalog.inc"
 };
 
 }  // namespace

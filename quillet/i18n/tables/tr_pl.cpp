@@ -9,6 +9,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/pl/clean.inc"
 #include "quillet/i18n/tables/pl/space.inc"
 #include "quillet/i18n/tables/pl/scan.inc"
+#include "quillet/i18n/tables/pl/catalog.inc"
 };
 
 }  // namespace
