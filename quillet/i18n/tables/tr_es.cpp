@@ -6,6 +6,7 @@ namespace {
 
 constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/es/main.inc"
+#include "quillet/i18n/tables/es/catalog.inc"
 };
 
 }  // namespace

@@ -6,6 +6,7 @@ namespace {
 
 constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/fr/main.inc"
+#include "quillet/i18n/tables/fr/catalog.inc"
 };
 
 }  // namespace

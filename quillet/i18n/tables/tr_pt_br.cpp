@@ -6,6 +6,7 @@ namespace {
 
 constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/pt_br/main.inc"
+#include "quillet/i18n/tables/pt_br/catalog.inc"
 };
 
 }  // namespace
