@@ -9,6 +9,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/es/clean.inc"
 #include "quillet/i18n/tables/es/space.inc"
 #include "quillet/i18n/tables/es/scan.inc"
+#include "quillet/i18n/tables/es/catalog.inc"
 };
 
 }  // namespace

@@ -9,6 +9,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/fr/clean.inc"
 #include "quillet/i18n/tables/fr/space.inc"
 #include "quillet/i18n/tables/fr/scan.inc"
+#include "quillet/i18n/tables/fr/catalog.inc"
 };
 
 }  // namespace
