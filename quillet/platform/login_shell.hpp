@@ -11,7 +11,7 @@ namespace kelvor {
 // How long the login shell may take before it is killed and its environment given up.
 inline constexpr std::chrono::milliseconds LOGIN_SHELL_TIME_LIMIT{3000};
 
-// Runs `shell` as a login shell (`shell -l -c 'env -0'`, standard input from /dev/null) and returns
+// Runs `shell` as a login shell (`shell -l -c '/usr/bin/env -0'`, standard input from /dev/null) and returns
 // the environment it prints. Empty when the shell cannot start, exits non-zero or outlives
 // `timeLimit` (it is then killed). Never throws.
 std::map<std::string, std::string> readLoginShellEnvironment(const std::string& shell,

@@ -6,12 +6,14 @@
 
 #include "quillet/clean/clean_plan.hpp"
 #include "tests/support/run_kelvor.hpp"
+#include "tests/support/disk_usage.hpp"
 #include "tests/support/temp_home.hpp"
 
 namespace kelvor {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::allocatedBytes;
 using testing::TempHome;
 using testing::writeFile;
 
@@ -21,17 +23,6 @@ Hit hitOf(std::string owner, Tier tier, bool verified, std::string path, std::ui
     hit.path = std::move(path);
     hit.stat.bytes = bytes;
     return hit;
-}
-
-std::uint64_t allocatedBytes(const std::string& root) {
-    std::set<ino_t> seen;
-    std::uint64_t total = 0;
-    for (const auto& entry : fs::recursive_directory_iterator(root)) {
-        struct stat info {};
-        if (::lstat(entry.path().c_str(), &info) == 0 && S_ISREG(info.st_mode) && seen.insert(info.st_ino).second)
-            total += static_cast<std::uint64_t>(info.st_blocks) * 512;
-    }
-    return total;
 }
 
 TEST(CleanPlan, TakesTheChosenTiersVerifiedRowsAndOwner) {

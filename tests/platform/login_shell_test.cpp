@@ -28,7 +28,7 @@ TEST(ParseNulEnvironment, RecordsAndWhatIsSkipped) {
     for (const Case& c : cases) EXPECT_EQ(parseNulEnvironment(c.bytes), c.expected) << c.bytes;
 }
 
-// A shell script standing in for the login shell; it is run as `script -l -c 'env -0'`.
+// A shell script standing in for the login shell; it is run as `script -l -c '/usr/bin/env -0'`.
 std::string writeShell(const TempHome& home, const std::string& name, const std::string& body) {
     std::string path = home / name;
     testing::writeFile(path, "#!/bin/sh\n" + body);
@@ -50,7 +50,7 @@ TEST(LoginShell, ArgumentsAreLoginThenCommand) {
     TempHome home;
     std::string shell = writeShell(home, "args", "printf 'ONE=%s\\0TWO=%s\\0THREE=%s\\0' \"$1\" \"$2\" \"$3\"\n");
     auto environment = readLoginShellEnvironment(shell, 5000ms);
-    EXPECT_EQ(environment, (std::map<std::string, std::string>{{"ONE", "-l"}, {"TWO", "-c"}, {"THREE", "env -0"}}));
+    EXPECT_EQ(environment, (std::map<std::string, std::string>{{"ONE", "-l"}, {"TWO", "-c"}, {"THREE", "/usr/bin/env -0"}}));
 }
 
 TEST(LoginShell, EveryFailureIsEmpty) {

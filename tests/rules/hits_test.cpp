@@ -10,12 +10,14 @@
 #include "quillet/rules/hits.hpp"
 #include "quillet/rules/location.hpp"
 #include "quillet/space/exclusions.hpp"
+#include "tests/support/disk_usage.hpp"
 #include "tests/support/temp_home.hpp"
 
 namespace kelvor {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::allocatedBytes;
 using testing::TempHome;
 using testing::writeFile;
 
@@ -39,18 +41,6 @@ size_t countInLog(const std::string& needle) {
     size_t count = 0;
     for (size_t at = text.find(needle); at != std::string::npos; at = text.find(needle, at + 1)) ++count;
     return count;
-}
-
-// Allocated bytes of the regular files below `root`, each inode once, as du would count them.
-std::uint64_t allocatedBytes(const std::string& root) {
-    std::set<ino_t> seen;
-    std::uint64_t total = 0;
-    for (const auto& entry : fs::recursive_directory_iterator(root)) {
-        struct stat info {};
-        if (::lstat(entry.path().c_str(), &info) == 0 && S_ISREG(info.st_mode) && seen.insert(info.st_ino).second)
-            total += static_cast<std::uint64_t>(info.st_blocks) * 512;
-    }
-    return total;
 }
 
 TEST(ClaimedOnce, TwoRulesOnOnePathGiveOneEntryAndOneLogLine) {

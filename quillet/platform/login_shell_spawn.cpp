@@ -14,16 +14,21 @@ extern char** environ;
 
 namespace kelvor {
 
+// Plain POSIX, the same on every system: no pipe2 (macOS lacks it), so the read end is marked
+// close-on-exec by hand; /usr/bin/env is named in full because a login shell's PATH may not hold
+// /usr/bin first. A shell that hangs in its profile is killed; its partial output is not trusted.
 std::map<std::string, std::string> readLoginShellEnvironment(const std::string& shell,
                                                              std::chrono::milliseconds timeLimit) {
     int pipeEnds[2];
-    if (::pipe2(pipeEnds, O_CLOEXEC) != 0) return {};
+    if (::pipe(pipeEnds) != 0) return {};
+    ::fcntl(pipeEnds[0], F_SETFD, FD_CLOEXEC);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_adddup2(&actions, pipeEnds[1], STDOUT_FILENO);
+    posix_spawn_file_actions_addclose(&actions, pipeEnds[1]);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-    std::string loginFlag = "-l", commandFlag = "-c", command = "env -0";
+    std::string loginFlag = "-l", commandFlag = "-c", command = "/usr/bin/env -0";
     char* argv[] = {const_cast<char*>(shell.c_str()), loginFlag.data(), commandFlag.data(), command.data(), nullptr};
     pid_t child = -1;
     int spawned = ::posix_spawn(&child, shell.c_str(), &actions, nullptr, argv, environ);
@@ -57,7 +62,6 @@ std::map<std::string, std::string> readLoginShellEnvironment(const std::string& 
         output.append(buffer, static_cast<size_t>(got));
     }
     ::close(pipeEnds[0]);
-    // A shell that hangs in its profile is killed; its partial output is not trusted.
     if (timedOut) ::kill(child, SIGKILL);
     int status = 0;
     while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {

@@ -1,0 +1,17 @@
+#include <sys/stat.h>
+
+#include "quillet/platform/trash.hpp"
+
+namespace kelvor {
+
+// Plain POSIX: the root of a mounted file system is on another device than its parent ("/" is
+// its own parent).
+bool isMountPoint(const std::string& path) {
+    if (path == "/") return true;
+    struct stat self {}, parent {};
+    if (::lstat(path.c_str(), &self) != 0 || !S_ISDIR(self.st_mode)) return false;
+    if (::stat((path + "/..").c_str(), &parent) != 0) return false;
+    return self.st_dev != parent.st_dev || self.st_ino == parent.st_ino;
+}
+
+}  // namespace kelvor
