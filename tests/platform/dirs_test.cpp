@@ -52,12 +52,12 @@ TEST(Dirs, ReadsEveryEntryWithTheFieldsLstatGives) {
         EXPECT_EQ(file.fileID, data.st_ino);
         EXPECT_EQ(file.linkCount, 2u);
         EXPECT_EQ(file.allocSize, static_cast<std::uint64_t>(data.st_blocks) * 512);
-        EXPECT_EQ(file.mtime, data.st_mtim.tv_sec);
+        EXPECT_EQ(file.mtime, data.st_mtime);
         EXPECT_EQ(listing.entries["sub"].objType, VDIR);
         EXPECT_EQ(listing.entries["sub"].fileID, sub.st_ino);
         EXPECT_EQ(listing.entries["link"].objType, VLNK) << "the link is described, not followed";
     }
-    EXPECT_EQ(list(folder).entries["sub"].mtime, sub.st_mtim.tv_sec);
+    EXPECT_EQ(list(folder).entries["sub"].mtime, sub.st_mtime);
 }
 
 TEST(Dirs, ABufferSmallerThanTheDirectoryIsRefilled) {
