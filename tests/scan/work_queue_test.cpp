@@ -79,14 +79,18 @@ TEST(WorkQueue, AWaitingWorkerGetsPushedItemsOrTheEnd) {
 }
 
 TEST(WorkQueue, CancelledQueuesHandOutNothing) {
-    WorkQueue queue(items(5), QueueOrder::depthFirst);
-    ASSERT_TRUE(queue.pop());
+    WorkQueue waiting(items(1), QueueOrder::depthFirst);
+    ASSERT_TRUE(waiting.pop());
     std::optional<WorkItem> gotByOther = WorkItem{};
-    std::thread other([&] { gotByOther = queue.pop(); });
-    queue.cancel();
+    std::thread other([&] { gotByOther = waiting.pop(); });  // waits: one item is held, none is free
+    waiting.cancel();
     other.join();
-    EXPECT_FALSE(gotByOther) << "a cancel ends every pop, waiting or not";
-    EXPECT_FALSE(queue.done()) << "cancelled is not done: items were left";
+    EXPECT_FALSE(gotByOther) << "a cancel ends a waiting pop";
+
+    WorkQueue full(items(5), QueueOrder::depthFirst);
+    full.cancel();
+    EXPECT_FALSE(full.pop()) << "and every later one";
+    EXPECT_FALSE(full.done()) << "cancelled is not done: items were left";
 
     WorkQueue late(items(5), QueueOrder::depthFirst, std::chrono::steady_clock::now());
     EXPECT_FALSE(late.pop()) << "a deadline already passed cancels at the first pop";
