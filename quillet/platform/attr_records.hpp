@@ -9,7 +9,8 @@
 
 namespace kelvor {
 
-// The attribute masks of <sys/attr.h> that the reader asks for.
+// The attribute masks of <sys/attr.h> that the reader asks for. That header defines these names as
+// macros: a file that includes both must include this one first.
 inline constexpr std::uint32_t ATTR_CMN_NAME = 0x00000001;
 inline constexpr std::uint32_t ATTR_CMN_OBJTYPE = 0x00000008;
 inline constexpr std::uint32_t ATTR_CMN_MODTIME = 0x00000400;

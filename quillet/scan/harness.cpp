@@ -30,12 +30,12 @@ void runWalker(const std::string& mode, const Settings& settings, int threads, c
     Agg agg(buckets.names, start);
     const std::uint64_t rootFileBytes = countRootFiles(buckets, agg);
     double wall = 0;
+    const int workers = mode == "par" || mode == "bfs" ? threads : 1;
     {
         Sampler sampler(agg);
         if (mode == "fm") scanFileManager(settings.root, agg, bucketIndex(buckets));
-        else if (mode == "bulk") scanBulk(1, agg, buckets.seeds, QueueOrder::depthFirst);
-        else if (mode == "par") scanBulk(threads, agg, buckets.seeds, QueueOrder::depthFirst);
-        else if (mode == "bfs") scanBulk(threads, agg, buckets.seeds, QueueOrder::breadthFirst);
+        else if (mode == "bulk" || mode == "par") scanBulk(workers, agg, buckets.seeds, QueueOrder::depthFirst);
+        else if (mode == "bfs") scanBulk(workers, agg, buckets.seeds, QueueOrder::breadthFirst);
         wall = monotonicSeconds() - start;
         sampler.stop();
     }
@@ -51,7 +51,7 @@ void runWalker(const std::string& mode, const Settings& settings, int threads, c
                                  " bytes, " + std::to_string(state.files) + " files, " + std::to_string(state.dirs) +
                                  " dirs, " + std::to_string(state.hardlinkDupes) + " hardlink dupes, " +
                                  std::to_string(state.errors) + " errors, " + std::to_string(state.denied) +
-                                 " denied, " + wallText + " s, " + std::to_string(threads) + " threads");
+                                 " denied, " + wallText + " s, " + std::to_string(workers) + (workers == 1 ? " thread" : " threads"));
 }
 
 }  // namespace

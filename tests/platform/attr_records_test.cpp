@@ -90,20 +90,15 @@ Decoded decode(const std::vector<RecordSpec>& specs, std::optional<std::uint32_t
     return decoded;
 }
 
-TEST(AttrRecords, TheRequestIsTheDocumentedMasks) {
-    EXPECT_EQ(BULK_COMMON_ATTRS, 0xA2000409u);
-    EXPECT_EQ(BULK_FILE_ATTRS, 5u);
-    EXPECT_EQ(FSOPT_PACK_INVAL_ATTRS, 8u);
-}
-
 TEST(AttrRecords, GoodRecordsGiveEveryField) {
     RecordSpec file;
     RecordSpec folder{.name = "Library", .objType = VDIR, .mtime = 1600000000, .fileID = 7};
     RecordSpec link{.name = "shortcut", .objType = VLNK, .fileID = 9};
-    Decoded decoded = decode({file, folder, link});
+    RecordSpec sparse{.name = "odd", .allocSize = -4096};
+    Decoded decoded = decode({file, folder, link, sparse});
     EXPECT_TRUE(decoded.complete);
     EXPECT_EQ(decoded.errors, 0u);
-    ASSERT_EQ(decoded.entries.size(), 3u);
+    ASSERT_EQ(decoded.entries.size(), 4u);
     const BulkEntry& first = decoded.entries[0];
     EXPECT_EQ(first.name, "file.bin");
     EXPECT_EQ(first.objType, VREG);
@@ -115,6 +110,7 @@ TEST(AttrRecords, GoodRecordsGiveEveryField) {
     EXPECT_EQ(decoded.entries[1].objType, VDIR);
     EXPECT_EQ(decoded.entries[1].allocSize, 0u) << "a folder has no file attributes";
     EXPECT_EQ(decoded.entries[2].objType, VLNK);
+    EXPECT_EQ(decoded.entries[3].allocSize, 0u) << "a negative allocated size reads as 0";
 }
 
 TEST(AttrRecords, AnErrorCodeSkipsItsRecordOnly) {
@@ -188,12 +184,6 @@ TEST(AttrRecords, MoreRecordsPromisedThanTheBufferHoldsIsMalformed) {
     EXPECT_FALSE(decoded.complete);
     EXPECT_EQ(decoded.errors, 1u);
     EXPECT_EQ(decoded.entries.size(), 1u);
-}
-
-TEST(AttrRecords, NegativeAllocatedSizeReadsAsZero) {
-    Decoded decoded = decode({RecordSpec{.allocSize = -4096}});
-    ASSERT_EQ(decoded.entries.size(), 1u);
-    EXPECT_EQ(decoded.entries[0].allocSize, 0u);
 }
 
 }  // namespace

@@ -1,24 +1,19 @@
 #include "quillet/scan/buckets.hpp"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <filesystem>
 
+#include "tests/support/allocated.hpp"
 #include "tests/support/temp_home.hpp"
 
 namespace kelvor {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::allocatedBytes;
 using testing::TempHome;
 using testing::writeFile;
-
-std::uint64_t allocated(const std::string& path) {
-    struct stat info {};
-    ::lstat(path.c_str(), &info);
-    return static_cast<std::uint64_t>(info.st_blocks) * 512;
-}
 
 TEST(Buckets, EveryFolderOfTheRootInByteWiseOrder) {
     TempHome home;
@@ -36,7 +31,7 @@ TEST(Buckets, EveryFolderOfTheRootInByteWiseOrder) {
         EXPECT_EQ(buckets.seeds[i].path, root + "/" + buckets.names[i]) << i;
         EXPECT_EQ(buckets.seeds[i].bucket, static_cast<int>(i)) << i;
     }
-    EXPECT_EQ(buckets.rootFileBytes, allocated(root + "/loose.bin"));
+    EXPECT_EQ(buckets.rootFileBytes, allocatedBytes(root + "/loose.bin"));
     EXPECT_EQ(buckets.rootFiles, 1u);
     EXPECT_EQ(bucketIndex(buckets).at("beta"), 3);
 }
@@ -63,7 +58,7 @@ TEST(Buckets, RootFilesCountOnceEvenWhenLinkedIntoABucket) {
     Buckets buckets = makeBuckets(root);
     for (int run = 0; run < 2; ++run) {  // every walker of a harness run starts from a fresh aggregate
         Agg agg(buckets.names, monotonicSeconds());
-        EXPECT_EQ(countRootFiles(buckets, agg), allocated(root + "/linked.bin") + allocated(root + "/single.bin")) << run;
+        EXPECT_EQ(countRootFiles(buckets, agg), allocatedBytes(root + "/linked.bin") + allocatedBytes(root + "/single.bin")) << run;
         scanBulk(1, agg, buckets.seeds, QueueOrder::depthFirst);
         AggState state = agg.state();
         EXPECT_EQ(state.totals, std::vector<std::uint64_t>{0}) << run << ": the root claimed the file first";

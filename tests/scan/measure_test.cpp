@@ -1,10 +1,10 @@
 #include "quillet/scan/measure.hpp"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <filesystem>
 
+#include "tests/support/allocated.hpp"
 #include "tests/support/temp_home.hpp"
 
 namespace kelvor {
@@ -12,14 +12,9 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
+using testing::allocatedBytes;
 using testing::TempHome;
 using testing::writeFile;
-
-std::uint64_t allocated(const std::string& path) {
-    struct stat info {};
-    ::lstat(path.c_str(), &info);
-    return static_cast<std::uint64_t>(info.st_blocks) * 512;
-}
 
 TEST(MeasureTree, HardLinksLeavingTheTreeAreShared) {
     TempHome home;
@@ -32,10 +27,10 @@ TEST(MeasureTree, HardLinksLeavingTheTreeAreShared) {
     writeFile(store + "/alone.bin", std::string(7000, 'c'));
 
     TreeStat stat = measureTree(store, 2, 10s);
-    EXPECT_EQ(stat.bytes, allocated(store + "/inside-twice.bin") + allocated(store + "/linked-out.bin") +
-                              allocated(store + "/alone.bin"));
+    EXPECT_EQ(stat.bytes, allocatedBytes(store + "/inside-twice.bin") + allocatedBytes(store + "/linked-out.bin") +
+                              allocatedBytes(store + "/alone.bin"));
     EXPECT_EQ(stat.files, 4u) << "every name is a file met";
-    EXPECT_EQ(stat.shared, allocated(store + "/linked-out.bin")) << "both links of the other file are inside";
+    EXPECT_EQ(stat.shared, allocatedBytes(store + "/linked-out.bin")) << "both links of the other file are inside";
     EXPECT_FALSE(stat.timedOut);
     EXPECT_FALSE(stat.gated);
     EXPECT_EQ(stat.denied, 0u);
@@ -51,7 +46,7 @@ TEST(MeasureTree, SymbolicLinksAreNotFollowed) {
     fs::create_directory_symlink(home / "big", home / "store/big-link");
     fs::create_directory_symlink(home / "big", home / "store-link");
     TreeStat stat = measureTree(home / "store", 2, 10s);
-    EXPECT_EQ(stat.bytes, allocated(home / "store/small.bin"));
+    EXPECT_EQ(stat.bytes, allocatedBytes(home / "store/small.bin"));
     EXPECT_EQ(stat.files, 1u);
     TreeStat viaLink = measureTree(home / "store-link", 2, 10s);
     EXPECT_EQ(viaLink.bytes, 0u) << "a path that is itself a link measures nothing";
@@ -82,8 +77,8 @@ TEST(MeasureTree, FilesAndMissingPaths) {
         std::uint64_t shared;
     };
     const Case cases[] = {
-        {home / "one.bin", allocated(home / "one.bin"), 1, 0},
-        {home / "other-name.bin", allocated(home / "other-name.bin"), 1, allocated(home / "other-name.bin")},
+        {home / "one.bin", allocatedBytes(home / "one.bin"), 1, 0},
+        {home / "other-name.bin", allocatedBytes(home / "other-name.bin"), 1, allocatedBytes(home / "other-name.bin")},
         {home / "nothing-here", 0, 0, 0},
         {home / "one.bin/below-a-file", 0, 0, 0},
     };

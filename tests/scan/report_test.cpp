@@ -94,26 +94,6 @@ TEST(Report, EveryLineInItsFormat) {
     EXPECT_EQ(report("par", agg, 0.2, 500), expected);
 }
 
-TEST(Report, RankingAndSettlingAcrossManyBuckets) {
-    forceAppLang(AppLang::en);
-    AggState agg;
-    for (int i = 0; i < 30; ++i) agg.bucketNames.push_back("bucket-" + std::to_string(i));
-    Totals early(30, 0), final(30, 0);
-    for (int i = 0; i < 30; ++i) final[static_cast<std::size_t>(i)] = 1000u * static_cast<std::uint64_t>(i + 1);
-    early[0] = 900000;  // looks largest at first, ends smallest
-    final[0] = 900;
-    agg.totals = final;
-    agg.files = 30;
-    agg.snapshots = {{0.0, Totals(30, 0)}, {0.5, early}, {1.0, final}};
-    std::string text = report("bfs", agg, 2.0, 0);
-    EXPECT_NE(text.find("  top-20 set stable  : 1.00 s  (50% of wall)\n"), std::string::npos) << text;
-    EXPECT_NE(text.find("   t=0.50s  bytes 194% of final   top5 match 0/5     largest so far: bucket-0 (900.0 KB)\n"),
-              std::string::npos)
-        << text;
-    EXPECT_NE(text.find("   12. bucket-18                          19.0 KB\n"), std::string::npos) << text;
-    EXPECT_EQ(text.find("   13."), std::string::npos) << "at most 12 buckets";
-}
-
 TEST(Report, AnEmptyTreeDividesByTheFlooredWallTime) {
     forceAppLang(AppLang::en);
     AggState agg;
@@ -126,12 +106,6 @@ TEST(Report, AnEmptyTreeDividesByTheFlooredWallTime) {
     EXPECT_EQ(text.find("nan"), std::string::npos) << text;
     EXPECT_EQ(text.find("inf"), std::string::npos) << text;
     EXPECT_TRUE(text.ends_with("  --- top 12 buckets ---\n")) << text;
-
-    AggState unsampled;
-    unsampled.files = 3;
-    std::string quick = report("bulk", unsampled, 0.0004, 0);
-    EXPECT_NE(quick.find("  t@50% of bytes     : 0.00 s\n"), std::string::npos) << quick;
-    EXPECT_NE(quick.find("  throughput         : 3000 files/s\n"), std::string::npos) << quick;
 }
 
 }  // namespace

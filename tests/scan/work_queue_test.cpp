@@ -7,12 +7,13 @@
 namespace kelvor {
 namespace {
 
-std::vector<WorkItem> items(int count, int firstBucket = 0) {
+std::vector<WorkItem> items(int count, int first = 0) {
     std::vector<WorkItem> out;
-    for (int i = 0; i < count; ++i) out.push_back({"/d" + std::to_string(firstBucket + i), firstBucket + i});
+    for (int i = first; i < first + count; ++i) out.push_back({"/d" + std::to_string(i), i});
     return out;
 }
 
+// Pops and finishes without pushing until the queue hands out nothing; the buckets in pop order.
 std::vector<int> drain(WorkQueue& queue) {
     std::vector<int> order;
     std::vector<WorkItem> none;
@@ -26,34 +27,24 @@ std::vector<int> drain(WorkQueue& queue) {
 TEST(WorkQueue, DepthFirstTakesTheNewestBreadthFirstTheOldest) {
     struct Case {
         QueueOrder order;
-        std::vector<int> expected;
+        std::vector<int> expected;  // seeds 0 and 1; the first one popped pushes 10 and 11
     };
-    const Case cases[] = {{QueueOrder::depthFirst, {2, 1, 0}}, {QueueOrder::breadthFirst, {0, 1, 2}}};
+    const Case cases[] = {{QueueOrder::depthFirst, {1, 11, 10, 0}}, {QueueOrder::breadthFirst, {0, 1, 10, 11}}};
     for (const Case& c : cases) {
-        WorkQueue queue(items(3), c.order);
-        EXPECT_EQ(drain(queue), c.expected) << static_cast<int>(c.order);
-        EXPECT_TRUE(queue.done());
-    }
-}
-
-TEST(WorkQueue, PushedChildrenComeNextInDepthFirstAndLastInBreadthFirst) {
-    for (QueueOrder order : {QueueOrder::depthFirst, QueueOrder::breadthFirst}) {
-        WorkQueue queue(items(2), order);
-        std::optional<WorkItem> first = queue.pop();
-        ASSERT_TRUE(first);
+        WorkQueue queue(items(2), c.order);
+        std::vector<int> order = {queue.pop()->bucket};
         std::vector<WorkItem> children = items(2, 10);
         queue.finish(children);
         EXPECT_TRUE(children.empty()) << "the children are moved into the queue";
-        std::vector<int> rest = drain(queue);
-        if (order == QueueOrder::depthFirst) EXPECT_EQ(rest, (std::vector<int>{11, 10, 0}));
-        else EXPECT_EQ(rest, (std::vector<int>{1, 10, 11}));
+        for (int bucket : drain(queue)) order.push_back(bucket);
+        EXPECT_EQ(order, c.expected) << static_cast<int>(c.order);
+        EXPECT_TRUE(queue.done());
     }
 }
 
 TEST(WorkQueue, OneWorkerFindsTheEndAlone) {
     WorkQueue queue(items(1), QueueOrder::depthFirst);
-    std::optional<WorkItem> only = queue.pop();
-    ASSERT_TRUE(only);
+    ASSERT_TRUE(queue.pop());
     EXPECT_FALSE(queue.done()) << "an item is still held";
     std::vector<WorkItem> none;
     queue.finish(none);
@@ -64,79 +55,61 @@ TEST(WorkQueue, OneWorkerFindsTheEndAlone) {
     EXPECT_TRUE(empty.done());
 }
 
-TEST(WorkQueue, AWaitingWorkerIsWokenByPushedItems) {
-    WorkQueue queue(items(1), QueueOrder::depthFirst);
-    std::optional<WorkItem> held = queue.pop();
-    ASSERT_TRUE(held);
-    std::optional<WorkItem> gotByOther;
-    std::thread other([&] {
-        gotByOther = queue.pop();  // waits: the list is empty but one item is held
-        std::vector<WorkItem> none;
-        if (gotByOther) queue.finish(none);
-    });
-    std::vector<WorkItem> child = {{"/child", 7}};
-    queue.finish(child);
-    other.join();
-    ASSERT_TRUE(gotByOther);
-    EXPECT_EQ(gotByOther->bucket, 7);
-    EXPECT_TRUE(queue.done());
-}
-
-TEST(WorkQueue, AWaitingWorkerEndsWhenTheLastHolderFinishesEmpty) {
-    WorkQueue queue(items(1), QueueOrder::depthFirst);
-    std::optional<WorkItem> held = queue.pop();
-    std::optional<WorkItem> gotByOther = WorkItem{"/sentinel", -1};
-    std::thread other([&] { gotByOther = queue.pop(); });
-    std::vector<WorkItem> none;
-    queue.finish(none);
-    other.join();
-    EXPECT_FALSE(gotByOther);
-    EXPECT_TRUE(queue.done());
+TEST(WorkQueue, AWaitingWorkerGetsPushedItemsOrTheEnd) {
+    // While one item is held the other worker must wait: it may still get work from it.
+    for (bool pushChild : {true, false}) {
+        WorkQueue queue(items(1), QueueOrder::depthFirst);
+        ASSERT_TRUE(queue.pop());
+        std::optional<WorkItem> gotByOther;
+        std::thread other([&] {
+            gotByOther = queue.pop();
+            std::vector<WorkItem> none;
+            if (gotByOther) queue.finish(none);
+        });
+        std::vector<WorkItem> children;
+        if (pushChild) children.push_back({"/child", 7});
+        queue.finish(children);
+        other.join();
+        EXPECT_EQ(gotByOther.has_value(), pushChild);
+        if (gotByOther) {
+            EXPECT_EQ(gotByOther->bucket, 7);
+        }
+        EXPECT_TRUE(queue.done()) << pushChild;
+    }
 }
 
 TEST(WorkQueue, CancelledQueuesHandOutNothing) {
-    WorkQueue queue(items(5), QueueOrder::depthFirst);
-    queue.cancel();
-    EXPECT_FALSE(queue.pop());
-    EXPECT_TRUE(queue.cancelled());
-    EXPECT_FALSE(queue.done()) << "cancelled is not done: items were left";
+    WorkQueue waiting(items(1), QueueOrder::depthFirst);
+    ASSERT_TRUE(waiting.pop());
+    std::optional<WorkItem> gotByOther = WorkItem{};
+    std::thread other([&] { gotByOther = waiting.pop(); });  // waits: one item is held, none is free
+    waiting.cancel();
+    other.join();
+    EXPECT_FALSE(gotByOther) << "a cancel ends a waiting pop";
+
+    WorkQueue full(items(5), QueueOrder::depthFirst);
+    full.cancel();
+    EXPECT_FALSE(full.pop()) << "and every later one";
+    EXPECT_FALSE(full.done()) << "cancelled is not done: items were left";
 
     WorkQueue late(items(5), QueueOrder::depthFirst, std::chrono::steady_clock::now());
     EXPECT_FALSE(late.pop()) << "a deadline already passed cancels at the first pop";
     EXPECT_TRUE(late.cancelled());
 }
 
-TEST(WorkQueue, ACancelWakesAWaitingWorker) {
-    WorkQueue queue(items(1), QueueOrder::depthFirst);
-    std::optional<WorkItem> held = queue.pop();
-    std::optional<WorkItem> gotByOther = WorkItem{"/sentinel", -1};
-    std::thread other([&] { gotByOther = queue.pop(); });
-    queue.cancel();
-    other.join();
-    EXPECT_FALSE(gotByOther);
-}
-
-TEST(WorkQueue, BreadthFirstDropsItsConsumedFrontOnceItIsLarge) {
-    const int total = 10000;
-    WorkQueue queue(items(total), QueueOrder::breadthFirst);
+TEST(WorkQueue, BreadthFirstDropsItsConsumedFrontOnceLargeAndMoreThanHalf) {
+    WorkQueue queue(items(10000), QueueOrder::breadthFirst);
     std::vector<WorkItem> none;
-    int expected = 0;
-    // Nothing is dropped while the consumed front is under 4096 or under half of the list.
-    for (; expected < 4096; ++expected) {
+    for (int expected = 0; expected < 5001; ++expected) {
         std::optional<WorkItem> item = queue.pop();
-        ASSERT_TRUE(item);
-        ASSERT_EQ(item->bucket, expected);
-        queue.finish(none);
-    }
-    EXPECT_EQ(queue.stored(), static_cast<std::size_t>(total));
-    for (; expected < 5001; ++expected) {
-        std::optional<WorkItem> item = queue.pop();
-        ASSERT_TRUE(item);
         ASSERT_EQ(item->bucket, expected) << "order survives the compaction";
         queue.finish(none);
+        if (expected == 4095) {
+            EXPECT_EQ(queue.stored(), 10000u) << "4096 consumed are not yet half";
+        }
     }
-    EXPECT_EQ(queue.stored(), static_cast<std::size_t>(total - 5001)) << "the front went once it was more than half";
-    EXPECT_EQ(drain(queue).size(), static_cast<std::size_t>(total - 5001));
+    EXPECT_EQ(queue.stored(), 4999u) << "the front went at 5001 consumed";
+    EXPECT_EQ(drain(queue).size(), 4999u);
 }
 
 }  // namespace

@@ -1,3 +1,6 @@
+// First of all: its constants carry the names that <sys/attr.h> defines as macros, so they must be
+// declared before those macros exist.
+#include "quillet/platform/attr_records.hpp"
 #include "quillet/platform/dirs.hpp"
 
 #include <fcntl.h>
@@ -7,9 +10,13 @@
 
 #include <span>
 
-#include "quillet/platform/attr_records.hpp"
-
 namespace kelvor {
+
+// The decoder's layout must be the system's: here the names below are the SDK's own macros.
+static_assert(BULK_COMMON_ATTRS == (ATTR_CMN_RETURNED_ATTRS | ATTR_CMN_NAME | ATTR_CMN_ERROR | ATTR_CMN_OBJTYPE |
+                                    ATTR_CMN_MODTIME | ATTR_CMN_FILEID));
+static_assert(BULK_FILE_ATTRS == (ATTR_FILE_LINKCOUNT | ATTR_FILE_ALLOCSIZE));
+static_assert(FSOPT_PACK_INVAL_ATTRS == 8 && ATTR_BIT_MAP_COUNT == BULK_BITMAP_COUNT);
 
 namespace {
 
