@@ -13,7 +13,7 @@ namespace kelvor {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::allocatedBytes;
+using testing::allocatedBytesBelow;
 using testing::TempHome;
 using testing::writeFile;
 
@@ -71,7 +71,7 @@ TEST(CleanPlan, CommandLineListsTheStoresOfTheHomeFolderAndMovesNothing) {
         double shown = 0;
         char unit[4] = {};
         ASSERT_EQ(std::sscanf(row.c_str() + row.find("· ") , "%*[^0-9]%lf %3s", &shown, unit), 2) << row;
-        double expected = static_cast<double>(allocatedBytes(path)) / 1000.0;
+        double expected = static_cast<double>(allocatedBytesBelow(path)) / 1000.0;
         EXPECT_STREQ(unit, "KB") << row;
         EXPECT_NEAR(shown, expected, 0.05) << row;
     }

@@ -6,7 +6,7 @@
 #include <regex>
 
 #include "tests/support/run_kelvor.hpp"
-#include "tests/support/allocated.hpp"
+#include "tests/support/disk_usage.hpp"
 #include "tests/support/temp_home.hpp"
 
 namespace kelvor {

@@ -4,7 +4,7 @@
 
 #include <filesystem>
 
-#include "tests/support/allocated.hpp"
+#include "tests/support/disk_usage.hpp"
 #include "tests/support/temp_home.hpp"
 #include "tests/support/unprivileged.hpp"
 
