@@ -1,16 +1,14 @@
 #include <gtest/gtest.h>
 
+#include "tests/support/language_scope.hpp"
+
 #include "quillet/i18n/text.hpp"
 #include "quillet/i18n/translations.hpp"
 
 namespace kelvor {
 namespace {
 
-// Restores English after a test that switched the process's language.
-struct LanguageScope {
-    explicit LanguageScope(AppLang lang) { forceAppLang(lang); }
-    ~LanguageScope() { forceAppLang(AppLang::en); }
-};
+using testing::LanguageScope;
 
 TEST(Josa, PicksTheFormByTheLastSound) {
     struct Case {

@@ -82,6 +82,7 @@ TEST(Arguments, WalkGivesTheSettingsOfEachList) {
          [](const Settings& s) { return s.cleanTiers == std::set<Tier>{Tier::redownload, Tier::regenerate}; },
          "tier is upper-cased"},
         {{"--tier", "B"}, [](const Settings& s) { return s.cleanTiers == std::set<Tier>{Tier::regenerate}; }, "tier B"},
+        {{"--tier", "a"}, [](const Settings& s) { return s.cleanTiers == std::set<Tier>{Tier::redownload}; }, "tier a"},
         {{"--style", "bars"}, [](const Settings& s) { return s.style == "bars"; }, "style"},
     };
     for (const WalkCase& c : cases) {

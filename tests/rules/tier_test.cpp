@@ -1,16 +1,14 @@
 #include <gtest/gtest.h>
 
+#include "tests/support/language_scope.hpp"
+
 #include "quillet/i18n/app_lang.hpp"
-#include "quillet/main/settings.hpp"
 #include "quillet/rules/rule.hpp"
 
 namespace kelvor {
 namespace {
 
-struct LanguageScope {
-    explicit LanguageScope(AppLang lang) { forceAppLang(lang); }
-    ~LanguageScope() { forceAppLang(AppLang::en); }
-};
+using testing::LanguageScope;
 
 TEST(Tier, DerivedTextsOfEachCase) {
     struct Case {
@@ -60,21 +58,6 @@ TEST(Tier, ScreenBadge) {
     };
     for (const Case& c : cases)
         EXPECT_EQ(screenBadge(c.tier, c.verified), c.badge) << tierMarker(c.tier) << " verified=" << c.verified;
-}
-
-TEST(Tier, OptionTakesLowerCaseToo) {
-    struct Case {
-        const char* value;
-        std::set<Tier> tiers;
-    };
-    const Case cases[] = {
-        {"ab", {Tier::redownload, Tier::regenerate}}, {"a", {Tier::redownload}}, {"B", {Tier::regenerate}}};
-    for (const Case& c : cases) {
-        ParsedArguments parsed = parseArguments({"--tier", c.value}, SettingDefaults{"/home/ada", 1, false});
-        EXPECT_FALSE(parsed.badTier.has_value()) << c.value;
-        EXPECT_EQ(parsed.settings.cleanTiers, c.tiers) << c.value;
-    }
-    EXPECT_TRUE(parseArguments({"--tier", "C"}, SettingDefaults{"/home/ada", 1, false}).badTier.has_value());
 }
 
 TEST(OneClick, NeedsVerifiedTierAOrBAndTransparent) {
