@@ -2,6 +2,7 @@
 // declared before those macros exist.
 #include "quillet/platform/attr_records.hpp"
 #include "quillet/platform/dirs.hpp"
+#include "quillet/platform/dir_failures.hpp"
 
 #include <fcntl.h>
 #include <sys/attr.h>
@@ -18,34 +19,12 @@ static_assert(BULK_COMMON_ATTRS == (ATTR_CMN_RETURNED_ATTRS | ATTR_CMN_NAME | AT
 static_assert(BULK_FILE_ATTRS == (ATTR_FILE_LINKCOUNT | ATTR_FILE_ALLOCSIZE));
 static_assert(FSOPT_PACK_INVAL_ATTRS == 8 && ATTR_BIT_MAP_COUNT == BULK_BITMAP_COUNT);
 
-namespace {
-
-void countFailure(int code, std::uint64_t& denied, std::uint64_t& errors) {
-    if (code == EACCES || code == EPERM) ++denied;
-    else ++errors;
-}
-
-std::uint32_t typeOfMode(mode_t mode) {
-    switch (mode & S_IFMT) {
-        case S_IFREG: return VREG;
-        case S_IFDIR: return VDIR;
-        case S_IFLNK: return VLNK;
-        case S_IFBLK: return VBLK;
-        case S_IFCHR: return VCHR;
-        case S_IFSOCK: return VSOCK;
-        case S_IFIFO: return VFIFO;
-        default: return VNON;
-    }
-}
-
-}  // namespace
-
 // The bulk call returns every attribute of every entry at once, so `detail` changes nothing here.
 bool readDirBulk(const std::string& path, std::byte* buf, std::size_t bufSize, std::uint64_t& denied,
                  std::uint64_t& errors, const EntrySink& sink, EntryDetail) {
     int fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (fd < 0) {
-        countFailure(errno, denied, errors);
+        countReadFailure(errno, denied, errors);
         return false;
     }
     struct attrlist request {};
@@ -55,7 +34,7 @@ bool readDirBulk(const std::string& path, std::byte* buf, std::size_t bufSize, s
     for (;;) {
         int count = ::getattrlistbulk(fd, &request, buf, bufSize, FSOPT_PACK_INVAL_ATTRS);
         if (count < 0) {
-            countFailure(errno, denied, errors);
+            countReadFailure(errno, denied, errors);
             ::close(fd);
             return false;
         }
@@ -76,7 +55,7 @@ Result<BulkEntry> entryAt(const std::string& path) {
     BulkEntry entry;
     size_t slash = path.find_last_of('/');
     entry.name = slash == std::string::npos ? path : path.substr(slash + 1);
-    entry.objType = typeOfMode(info.st_mode);
+    entry.objType = objectTypeOfMode(info.st_mode);
     entry.fileID = info.st_ino;
     entry.linkCount = info.st_nlink;
     entry.allocSize = info.st_blocks > 0 ? static_cast<std::uint64_t>(info.st_blocks) * 512 : 0;

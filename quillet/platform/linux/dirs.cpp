@@ -1,4 +1,5 @@
 #include "quillet/platform/dirs.hpp"
+#include "quillet/platform/dir_failures.hpp"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -28,21 +29,8 @@ std::uint32_t typeOfDirent(unsigned char type) {
     }
 }
 
-std::uint32_t typeOfMode(unsigned mode) {
-    switch (mode & S_IFMT) {
-        case S_IFREG: return VREG;
-        case S_IFDIR: return VDIR;
-        case S_IFLNK: return VLNK;
-        case S_IFBLK: return VBLK;
-        case S_IFCHR: return VCHR;
-        case S_IFSOCK: return VSOCK;
-        case S_IFIFO: return VFIFO;
-        default: return VNON;
-    }
-}
-
 void fillFromStatx(const struct statx& info, BulkEntry& entry) {
-    entry.objType = typeOfMode(info.stx_mode);
+    entry.objType = objectTypeOfMode(info.stx_mode);
     entry.fileID = info.stx_ino;
     entry.linkCount = info.stx_nlink;
     entry.allocSize = (info.stx_mask & STATX_BLOCKS) ? info.stx_blocks * 512 : 0;
@@ -51,11 +39,6 @@ void fillFromStatx(const struct statx& info, BulkEntry& entry) {
 
 bool isDotOrDotDot(const char* name) {
     return name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'));
-}
-
-void countFailure(int code, std::uint64_t& denied, std::uint64_t& errors) {
-    if (code == EACCES || code == EPERM) ++denied;
-    else ++errors;
 }
 
 // The fixed head of a linux_dirent64 record, read with memcpy because the buffer is bytes.
@@ -73,7 +56,7 @@ bool readDirBulk(const std::string& path, std::byte* buf, std::size_t bufSize, s
                  std::uint64_t& errors, const EntrySink& sink, EntryDetail detail) {
     int fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (fd < 0) {
-        countFailure(errno, denied, errors);
+        countReadFailure(errno, denied, errors);
         return false;
     }
     // One entry object for the whole directory, so its name's storage is reused, not reallocated.
@@ -81,7 +64,7 @@ bool readDirBulk(const std::string& path, std::byte* buf, std::size_t bufSize, s
     for (;;) {
         long got = ::syscall(SYS_getdents64, fd, buf, bufSize);
         if (got < 0) {
-            countFailure(errno, denied, errors);
+            countReadFailure(errno, denied, errors);
             ::close(fd);
             return false;
         }

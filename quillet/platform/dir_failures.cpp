@@ -1,0 +1,29 @@
+#include "quillet/platform/dir_failures.hpp"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+
+#include "quillet/platform/dirs.hpp"
+
+namespace kelvor {
+
+std::uint32_t objectTypeOfMode(unsigned mode) {
+    switch (mode & S_IFMT) {
+        case S_IFREG: return VREG;
+        case S_IFDIR: return VDIR;
+        case S_IFLNK: return VLNK;
+        case S_IFBLK: return VBLK;
+        case S_IFCHR: return VCHR;
+        case S_IFSOCK: return VSOCK;
+        case S_IFIFO: return VFIFO;
+        default: return VNON;
+    }
+}
+
+void countReadFailure(int errorCode, std::uint64_t& denied, std::uint64_t& errors) {
+    if (errorCode == EACCES || errorCode == EPERM) ++denied;
+    else ++errors;
+}
+
+}  // namespace kelvor
