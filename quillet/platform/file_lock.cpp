@@ -21,7 +21,7 @@ Result<FileLock> FileLock::acquire(const std::string& path, LockWait wait) {
     return FileLock(descriptor);
 }
 
-bool FileLock::heldElsewhere(const Error& error) { return error.code == EWOULDBLOCK; }
+bool FileLock::heldElsewhere(const Error& error) { return error.kind == ErrorKind::busy; }
 
 FileLock::FileLock(FileLock&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
 

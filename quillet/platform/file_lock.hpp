@@ -13,7 +13,7 @@ enum class LockWait { wait, dontWait };
 class FileLock {
 public:
     // Opens `path` (creating it, mode 0644) and takes the exclusive lock. With LockWait::wait it
-    // waits for another holder; with dontWait it fails at once with code EWOULDBLOCK instead.
+    // waits for another holder; with dontWait it fails at once with ErrorKind::busy instead.
     static Result<FileLock> acquire(const std::string& path, LockWait wait);
 
     // True when `error` came from acquire(dontWait) finding the lock held elsewhere.

@@ -76,7 +76,7 @@ Result<std::string> encodeEntries(const std::set<std::string>& entries) {
 Result<std::optional<ExcludeStamp>> ExcludeStamp::take(const std::string& path) {
     Result<FileStat> info = statFile(path);
     if (!info) {
-        if (info.error().code == ENOENT || info.error().code == ENOTDIR) return std::optional<ExcludeStamp>();
+        if (info.error().kind == ErrorKind::notFound) return std::optional<ExcludeStamp>();
         return info.error();
     }
     return std::optional<ExcludeStamp>(
