@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "quillet/platform/file_lock.hpp"
+#include "quillet/records/record_lock.hpp"
 #include "quillet/platform/result.hpp"
 
 namespace kelvor {
@@ -100,8 +100,7 @@ private:
 
     void loadLocked(Reload reload);
     std::shared_ptr<const MatchSet> matchLocked();
-    Result<void> holdFileLockLocked(LockWait wait);
-    void releaseFileLockLocked();
+    Result<RecordLock> holdFileLockLocked(LockWait wait);
     bool editLocked(const std::string& what, const std::function<void(std::set<std::string>&)>& change);
     Result<void> saveLocked();
 
@@ -112,8 +111,6 @@ private:
     bool lastReadFailed_ = false;                       // the file on disk could not be decoded
     std::shared_ptr<const MatchSet> match_;           // none until needed after a change
     std::recursive_mutex lock_;                         // re-entered by withExclusionLock's body
-    std::optional<FileLock> fileLock_;
-    int fileLockDepth_ = 0;
 };
 
 }  // namespace kelvor
