@@ -202,16 +202,16 @@ Result<void> Exclusions::saveLocked() {
     return {};
 }
 
-bool Exclusions::editLocked(const std::string& what, const std::function<void(std::set<std::string>&)>& change) {
+Result<void> Exclusions::editLocked(const std::string& what, const std::function<void(std::set<std::string>&)>& change) {
     // Under the file lock the list is read afresh, so an edit another process saved a moment ago
     // is part of what this one saves.
     Result<RecordLock> held = holdFileLockLocked(LockWait::wait);
     loadLocked(held ? Reload::always : Reload::whenChanged);
     if (lastReadFailed_) {
         // Never overwrite entries we could not read: the person mends the file or removes it.
-        KelvorLog::write(LOG_CATEGORY, "could not save the exclusion list: " + file_ +
-                                           " exists but could not be read; mend it or remove it first");
-        return false;
+        Error refused{0, file_ + " exists but could not be read; mend it or remove it first"};
+        KelvorLog::write(LOG_CATEGORY, "could not save the exclusion list: " + refused.describe());
+        return refused;
     }
     std::set<std::string> entries = paths_.value_or(std::set<std::string>());
     change(entries);
@@ -220,13 +220,13 @@ bool Exclusions::editLocked(const std::string& what, const std::function<void(st
     Result<void> saved = held ? saveLocked() : Result<void>(held.error());
     if (!saved) {
         KelvorLog::write(LOG_CATEGORY, "could not save the exclusion list: " + saved.error().describe());
-        return false;
+        return saved;
     }
     KelvorLog::write(LOG_CATEGORY, what);
-    return true;
+    return {};
 }
 
-bool Exclusions::add(std::string_view path) {
+Result<void> Exclusions::add(std::string_view path) {
     std::string added = canonExclusion(path);
     std::string folded = foldPathCase(added);
     std::lock_guard guard(lock_);
@@ -237,7 +237,7 @@ bool Exclusions::add(std::string_view path) {
     });
 }
 
-bool Exclusions::remove(std::string_view path) {
+Result<void> Exclusions::remove(std::string_view path) {
     std::string removed = canonExclusion(path);
     std::string folded = foldPathCase(removed);
     std::lock_guard guard(lock_);

@@ -64,13 +64,14 @@ public:
     // links resolved on both sides. True for every path while the list exists but cannot be read.
     bool covers(std::string_view path);
 
-    // Adds `path` (canonicalised), dropping the entries inside it, and saves. False when the list
-    // could not be saved; the change then stands in this process until the file changes.
-    bool add(std::string_view path);
+    // Adds `path` (canonicalised), dropping the entries inside it, and saves. An Error saying why
+    // when the list could not be saved; the change then stands in this process until the file
+    // changes.
+    Result<void> add(std::string_view path);
 
-    // Drops every entry equal to `path` (canonicalised) ignoring case, and saves. False when the
-    // list could not be saved.
-    bool remove(std::string_view path);
+    // Drops every entry equal to `path` (canonicalised) ignoring case, and saves. An Error saying
+    // why when the list could not be saved.
+    Result<void> remove(std::string_view path);
 
     // The entries, sorted, for listing. Empty while the list cannot be read.
     std::vector<std::string> all();
@@ -101,7 +102,7 @@ private:
     void loadLocked(Reload reload);
     std::shared_ptr<const MatchSet> matchLocked();
     Result<RecordLock> holdFileLockLocked(LockWait wait);
-    bool editLocked(const std::string& what, const std::function<void(std::set<std::string>&)>& change);
+    Result<void> editLocked(const std::string& what, const std::function<void(std::set<std::string>&)>& change);
     Result<void> saveLocked();
 
     std::string file_;
