@@ -1,7 +1,5 @@
 #include "quillet/log/log.hpp"
 
-#include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,6 +14,8 @@
 
 #include "quillet/platform/home.hpp"
 #include "quillet/platform/sysinfo.hpp"
+#include "quillet/records/file_bytes.hpp"
+#include "quillet/records/file_lock.hpp"
 
 namespace kelvor {
 
@@ -29,34 +29,18 @@ std::optional<std::uint64_t> fileSize(const std::string& path) {
     return static_cast<std::uint64_t>(info.st_size);
 }
 
-bool writeAll(int fd, std::string_view bytes) {
-    while (!bytes.empty()) {
-        ssize_t written = ::write(fd, bytes.data(), bytes.size());
-        if (written < 0) {
-            if (errno == EINTR) continue;
-            return false;
-        }
-        bytes.remove_prefix(static_cast<size_t>(written));
-    }
-    return true;
-}
-
 void rotateIfLarge(const std::string& logFile) {
     std::optional<std::uint64_t> size = fileSize(logFile);
     if (!size || *size < LOG_ROTATE_AT) return;
-    int lock = ::open((logFile + ".rotate").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
-    if (lock < 0) return;
-    if (::flock(lock, LOCK_EX) == 0) {
-        // Another process may have rotated while we waited for the lock.
-        size = fileSize(logFile);
-        if (size && *size >= LOG_ROTATE_AT) {
-            std::string previous = logFile + ".1";
-            ::unlink(previous.c_str());
-            ::rename(logFile.c_str(), previous.c_str());
-        }
-        ::flock(lock, LOCK_UN);
+    Result<FileLock> lock = FileLock::acquire(logFile + ".rotate", LockWait::wait, 0600);
+    if (!lock) return;
+    // Another process may have rotated while we waited for the lock.
+    size = fileSize(logFile);
+    if (size && *size >= LOG_ROTATE_AT) {
+        std::string previous = logFile + ".1";
+        ::unlink(previous.c_str());
+        ::rename(logFile.c_str(), previous.c_str());
     }
-    ::close(lock);
 }
 
 // The single writer: one thread applies queued lines in order, so callers never wait on disk.
@@ -146,11 +130,8 @@ void appendLogLine(const std::string& folder, std::string_view line) {
     std::filesystem::create_directories(folder, ignored);
     std::string logFile = folder + "/kelvor.log";
     rotateIfLarge(logFile);
-    int fd = ::open(logFile.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
-    if (fd < 0) fd = ::open(logFile.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
-    if (fd < 0) return;
-    writeAll(fd, line);
-    ::close(fd);
+    // The log never reports its own failures: a line that cannot be written is dropped.
+    (void)appendToFile(logFile, line);
 }
 
 namespace KelvorLog {

@@ -32,7 +32,7 @@ std::string logPath();
 }  // namespace KelvorLog
 
 // One write done synchronously in `folder`: creates it, rotates "kelvor.log" when it has reached
-// LOG_ROTATE_AT bytes (under an exclusive flock on "kelvor.log.rotate"), and appends `line`.
+// LOG_ROTATE_AT bytes (under the exclusive file lock on "kelvor.log.rotate"), and appends `line`.
 // Failures drop the line silently.
 void appendLogLine(const std::string& folder, std::string_view line);
 

@@ -2,8 +2,6 @@
 
 #include <sys/stat.h>
 
-#include <cerrno>
-
 #include "quillet/platform/dirs.hpp"
 
 namespace kelvor {
@@ -21,8 +19,8 @@ std::uint32_t objectTypeOfMode(unsigned mode) {
     }
 }
 
-void countReadFailure(int errorCode, std::uint64_t& denied, std::uint64_t& errors) {
-    if (errorCode == EACCES || errorCode == EPERM) ++denied;
+void countReadFailure(ErrorKind kind, std::uint64_t& denied, std::uint64_t& errors) {
+    if (kind == ErrorKind::denied) ++denied;
     else ++errors;
 }
 

@@ -42,7 +42,7 @@ using EntrySink = std::function<void(const BulkEntry&)>;
 
 // Reads the directory at `path` into `buf` (`bufSize` bytes, owned by the caller and reused across
 // calls) and calls `sink` for each entry, "." and ".." left out. A directory that cannot be opened
-// or read adds 1 to `denied` (EACCES, EPERM) or to `errors` (anything else); an entry that cannot
+// or read adds 1 to `denied` (a denial) or to `errors` (anything else); an entry that cannot
 // be read adds 1 to `errors` and is skipped. Returns true when the directory was read to its end.
 // Never follows a symbolic link inside the directory.
 bool readDirBulk(const std::string& path, std::byte* buf, std::size_t bufSize, std::uint64_t& denied,

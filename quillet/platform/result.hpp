@@ -1,6 +1,6 @@
 #pragma once
-// Failures as values: a Result carries either a value or an Error (errno plus the context it
-// happened in). No exception crosses a module border.
+// Failures as values: a Result carries either a value or an Error (errno, what it means, and the
+// context it happened in). No exception crosses a module border.
 #include <cerrno>
 #include <string>
 #include <utility>
@@ -8,9 +8,32 @@
 
 namespace kelvor {
 
+// What a failure means to the caller, decided once from errno so that no caller sorts errno
+// values itself.
+enum class ErrorKind {
+    notFound,     // ENOENT, ENOTDIR: nothing is at the path
+    denied,       // EACCES, EPERM, EROFS: not allowed
+    exists,       // EEXIST, ENOTEMPTY: something is already there
+    noSpace,      // ENOSPC, EDQUOT: the disk or the quota is full
+    crossDevice,  // EXDEV: the move would cross file systems
+    busy,         // EBUSY, ETXTBSY, EWOULDBLOCK: in use, or a lock is held elsewhere
+    other,        // anything else, and failures without an errno
+};
+
+// The kind of an errno value; ErrorKind::other for 0 and for values not listed above.
+ErrorKind errorKindOf(int code);
+
 struct Error {
-    int code = 0;          // errno, or 0 for a failure that has no errno
-    std::string context;   // what was being done, usually with the path
+    int code = 0;                        // errno, or 0 for a failure that has no errno
+    std::string context;                 // what was being done, usually with the path
+    ErrorKind kind = ErrorKind::other;   // set from `code` by the constructor
+
+    Error() = default;
+    // A failure with errno `code` (0 when there is none); the kind follows from the code.
+    Error(int code, std::string context) : code(code), context(std::move(context)), kind(errorKindOf(code)) {}
+    // A failure without an errno that still has a meaning (a fake in a test, a refused move).
+    Error(ErrorKind kind, std::string context) : context(std::move(context)), kind(kind) {}
+
     // "context: strerror(code)", or just the context when code is 0.
     std::string describe() const;
 };

@@ -1,6 +1,5 @@
 #include "quillet/scan/file_manager.hpp"
 
-#include <cerrno>
 #include <filesystem>
 #include <system_error>
 #include <vector>
@@ -51,7 +50,7 @@ void scanFileManager(const std::string& root, Agg& agg, const std::unordered_map
                 // The iterator knows names and types only; sizes on disk and link counts need a look.
                 Result<BulkEntry> file = entryAt(it->path().string());
                 if (!file) {
-                    if (file.error().code != ENOENT) ++tally.errors;  // gone since the listing: not an error
+                    if (file.error().kind != ErrorKind::notFound) ++tally.errors;  // gone since the listing: not an error
                 } else {
                     ++tally.files;
                     if (file->linkCount < 2 || agg.claimLinkedFile({file->fileID, file->linkCount, file->allocSize}))

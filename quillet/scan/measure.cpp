@@ -1,7 +1,5 @@
 #include "quillet/scan/measure.hpp"
 
-#include <cerrno>
-
 #include "quillet/platform/dirs.hpp"
 #include "quillet/scan/agg.hpp"
 #include "quillet/scan/walker.hpp"
@@ -13,7 +11,7 @@ TreeStat measureTree(const std::string& path, int threads, std::chrono::millisec
     TreeStat stat;
     Result<BulkEntry> top = entryAt(path);
     if (!top) {
-        if (top.error().code == EACCES || top.error().code == EPERM) stat.denied = 1;
+        if (top.error().kind == ErrorKind::denied) stat.denied = 1;
         return stat;
     }
     if (top->objType == VREG) {

@@ -40,6 +40,7 @@ int addExclusion(Exclusions& exclusions, const std::string& path) {
         complain(trf(S::excludeNoSuchPath) + ": " + path);
         return 1;
     }
+    // The reason is in the log; the person is told the fact in the words the mode always used.
     if (!exclusions.add(path)) {
         complain(trf(S::excludeSaveFailed));
         return 1;

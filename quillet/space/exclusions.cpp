@@ -2,14 +2,12 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <nlohmann/json.hpp>
-#include <sstream>
 
 #include "quillet/i18n/text.hpp"
 #include "quillet/log/log.hpp"
-#include "quillet/platform/atomic_write.hpp"
+#include "quillet/records/json_record.hpp"
 #include "quillet/platform/file_stat.hpp"
 #include "quillet/platform/home.hpp"
 #include "quillet/space/path_case.hpp"
@@ -46,14 +44,11 @@ std::string normalised(std::string_view absolute) {
 }
 
 Result<std::set<std::string>> readEntries(const std::string& file) {
-    std::ifstream in(file, std::ios::binary);
-    if (!in) return errnoError("open " + file);
-    std::stringstream buffer;
-    buffer << in.rdbuf();
-    nlohmann::json decoded = nlohmann::json::parse(buffer.str(), nullptr, /*allow_exceptions=*/false);
-    if (!decoded.is_array()) return Error{0, file + " is not a JSON array of paths"};
+    Result<JsonRecord> record = readJsonRecord(file);
+    if (!record) return record.error();
+    if (!record->readable() || !record->value->is_array()) return Error{0, file + " is not a JSON array of paths"};
     std::set<std::string> entries;
-    for (const nlohmann::json& item : decoded) {
+    for (const nlohmann::json& item : *record->value) {
         if (!item.is_string()) return Error{0, file + " holds an entry that is not a path"};
         const std::string& text = item.get_ref<const std::string&>();
         // A hand-edited entry may be written loosely ("~/Models/"); an empty one names nothing.
@@ -62,21 +57,12 @@ Result<std::set<std::string>> readEntries(const std::string& file) {
     return entries;
 }
 
-Result<std::string> encodeEntries(const std::set<std::string>& entries) {
-    // The encoder refuses text that is not UTF-8; a path's bytes on Linux need not be.
-    try {
-        return nlohmann::json(entries).dump(2) + "\n";
-    } catch (const nlohmann::json::exception& failure) {
-        return Error{0, std::string("encode the exclusion list: ") + failure.what()};
-    }
-}
-
 }  // namespace
 
 Result<std::optional<ExcludeStamp>> ExcludeStamp::take(const std::string& path) {
     Result<FileStat> info = statFile(path);
     if (!info) {
-        if (info.error().code == ENOENT || info.error().code == ENOTDIR) return std::optional<ExcludeStamp>();
+        if (info.error().kind == ErrorKind::notFound) return std::optional<ExcludeStamp>();
         return info.error();
     }
     return std::optional<ExcludeStamp>(
@@ -200,28 +186,15 @@ bool Exclusions::covers(std::string_view path) {
     return false;
 }
 
-Result<void> Exclusions::holdFileLockLocked(LockWait wait) {
-    if (fileLockDepth_ > 0) {
-        ++fileLockDepth_;
-        return {};
-    }
+Result<RecordLock> Exclusions::holdFileLockLocked(LockWait wait) {
     std::error_code ignored;
     std::filesystem::create_directories(std::filesystem::path(file_).parent_path(), ignored);
-    Result<FileLock> taken = FileLock::acquire(file_ + ".lock", wait);
-    if (!taken) return taken.error();
-    fileLock_.emplace(std::move(*taken));
-    fileLockDepth_ = 1;
-    return {};
-}
-
-void Exclusions::releaseFileLockLocked() {
-    if (--fileLockDepth_ == 0) fileLock_.reset();
+    return RecordLock::hold(file_, wait);
 }
 
 Result<void> Exclusions::saveLocked() {
-    Result<std::string> encoded = encodeEntries(paths_.value_or(std::set<std::string>()));
-    if (!encoded) return encoded.error();
-    if (Result<void> written = writeFileAtomically(file_, *encoded); !written) return written;
+    nlohmann::json entries = paths_.value_or(std::set<std::string>());
+    if (Result<void> written = writeJsonRecord(file_, entries); !written) return written;
     // Our own write is not news at the next load.
     Result<std::optional<ExcludeStamp>> stamp = ExcludeStamp::take(file_);
     stamp_.reset();
@@ -229,33 +202,31 @@ Result<void> Exclusions::saveLocked() {
     return {};
 }
 
-bool Exclusions::editLocked(const std::string& what, const std::function<void(std::set<std::string>&)>& change) {
+Result<void> Exclusions::editLocked(const std::string& what, const std::function<void(std::set<std::string>&)>& change) {
     // Under the file lock the list is read afresh, so an edit another process saved a moment ago
     // is part of what this one saves.
-    Result<void> held = holdFileLockLocked(LockWait::wait);
+    Result<RecordLock> held = holdFileLockLocked(LockWait::wait);
     loadLocked(held ? Reload::always : Reload::whenChanged);
     if (lastReadFailed_) {
         // Never overwrite entries we could not read: the person mends the file or removes it.
-        if (held) releaseFileLockLocked();
-        KelvorLog::write(LOG_CATEGORY, "could not save the exclusion list: " + file_ +
-                                           " exists but could not be read; mend it or remove it first");
-        return false;
+        Error refused{0, file_ + " exists but could not be read; mend it or remove it first"};
+        KelvorLog::write(LOG_CATEGORY, "could not save the exclusion list: " + refused.describe());
+        return refused;
     }
     std::set<std::string> entries = paths_.value_or(std::set<std::string>());
     change(entries);
     paths_ = std::move(entries);
     match_.reset();
     Result<void> saved = held ? saveLocked() : Result<void>(held.error());
-    if (held) releaseFileLockLocked();
     if (!saved) {
         KelvorLog::write(LOG_CATEGORY, "could not save the exclusion list: " + saved.error().describe());
-        return false;
+        return saved;
     }
     KelvorLog::write(LOG_CATEGORY, what);
-    return true;
+    return {};
 }
 
-bool Exclusions::add(std::string_view path) {
+Result<void> Exclusions::add(std::string_view path) {
     std::string added = canonExclusion(path);
     std::string folded = foldPathCase(added);
     std::lock_guard guard(lock_);
@@ -266,7 +237,7 @@ bool Exclusions::add(std::string_view path) {
     });
 }
 
-bool Exclusions::remove(std::string_view path) {
+Result<void> Exclusions::remove(std::string_view path) {
     std::string removed = canonExclusion(path);
     std::string folded = foldPathCase(removed);
     std::lock_guard guard(lock_);
@@ -290,19 +261,15 @@ bool Exclusions::unreadable() {
 
 void Exclusions::withExclusionLock(const std::function<void()>& blocked, const std::function<void()>& body) {
     std::unique_lock guard(lock_);
-    Result<void> held = holdFileLockLocked(LockWait::dontWait);
+    // Released when the call ends, even when `body` throws.
+    Result<RecordLock> held = holdFileLockLocked(LockWait::dontWait);
     if (!held) {
-        if (!FileLock::heldElsewhere(held.error()))
+        if (held.error().kind != ErrorKind::busy)
             KelvorLog::write(LOG_CATEGORY, "could not take the exclusion lock: " + held.error().describe());
         guard.unlock();
         blocked();
         return;
     }
-    // Released even when `body` throws, so the lock never outlives the call.
-    struct Release {
-        Exclusions& owner;
-        ~Release() { owner.releaseFileLockLocked(); }
-    } release{*this};
     body();
 }
 

@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "quillet/platform/file_lock.hpp"
+#include "quillet/records/record_lock.hpp"
 #include "quillet/platform/result.hpp"
 
 namespace kelvor {
@@ -64,13 +64,14 @@ public:
     // links resolved on both sides. True for every path while the list exists but cannot be read.
     bool covers(std::string_view path);
 
-    // Adds `path` (canonicalised), dropping the entries inside it, and saves. False when the list
-    // could not be saved; the change then stands in this process until the file changes.
-    bool add(std::string_view path);
+    // Adds `path` (canonicalised), dropping the entries inside it, and saves. An Error saying why
+    // when the list could not be saved; the change then stands in this process until the file
+    // changes.
+    Result<void> add(std::string_view path);
 
-    // Drops every entry equal to `path` (canonicalised) ignoring case, and saves. False when the
-    // list could not be saved.
-    bool remove(std::string_view path);
+    // Drops every entry equal to `path` (canonicalised) ignoring case, and saves. An Error saying
+    // why when the list could not be saved.
+    Result<void> remove(std::string_view path);
 
     // The entries, sorted, for listing. Empty while the list cannot be read.
     std::vector<std::string> all();
@@ -100,9 +101,8 @@ private:
 
     void loadLocked(Reload reload);
     std::shared_ptr<const MatchSet> matchLocked();
-    Result<void> holdFileLockLocked(LockWait wait);
-    void releaseFileLockLocked();
-    bool editLocked(const std::string& what, const std::function<void(std::set<std::string>&)>& change);
+    Result<RecordLock> holdFileLockLocked(LockWait wait);
+    Result<void> editLocked(const std::string& what, const std::function<void(std::set<std::string>&)>& change);
     Result<void> saveLocked();
 
     std::string file_;
@@ -112,8 +112,6 @@ private:
     bool lastReadFailed_ = false;                       // the file on disk could not be decoded
     std::shared_ptr<const MatchSet> match_;           // none until needed after a change
     std::recursive_mutex lock_;                         // re-entered by withExclusionLock's body
-    std::optional<FileLock> fileLock_;
-    int fileLockDepth_ = 0;
 };
 
 }  // namespace kelvor

@@ -24,7 +24,7 @@ bool readDirBulk(const std::string& path, std::byte* buf, std::size_t bufSize, s
                  std::uint64_t& errors, const EntrySink& sink, EntryDetail) {
     int fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (fd < 0) {
-        countReadFailure(errno, denied, errors);
+        countReadFailure(errorKindOf(errno), denied, errors);
         return false;
     }
     struct attrlist request {};
@@ -34,7 +34,7 @@ bool readDirBulk(const std::string& path, std::byte* buf, std::size_t bufSize, s
     for (;;) {
         int count = ::getattrlistbulk(fd, &request, buf, bufSize, FSOPT_PACK_INVAL_ATTRS);
         if (count < 0) {
-            countReadFailure(errno, denied, errors);
+            countReadFailure(errorKindOf(errno), denied, errors);
             ::close(fd);
             return false;
         }

@@ -56,7 +56,7 @@ bool readDirBulk(const std::string& path, std::byte* buf, std::size_t bufSize, s
                  std::uint64_t& errors, const EntrySink& sink, EntryDetail detail) {
     int fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (fd < 0) {
-        countReadFailure(errno, denied, errors);
+        countReadFailure(errorKindOf(errno), denied, errors);
         return false;
     }
     // One entry object for the whole directory, so its name's storage is reused, not reallocated.
@@ -64,7 +64,7 @@ bool readDirBulk(const std::string& path, std::byte* buf, std::size_t bufSize, s
     for (;;) {
         long got = ::syscall(SYS_getdents64, fd, buf, bufSize);
         if (got < 0) {
-            countReadFailure(errno, denied, errors);
+            countReadFailure(errorKindOf(errno), denied, errors);
             ::close(fd);
             return false;
         }
@@ -94,7 +94,7 @@ bool readDirBulk(const std::string& path, std::byte* buf, std::size_t bufSize, s
                 struct statx info;
                 if (::statx(fd, entry.name.c_str(), AT_SYMLINK_NOFOLLOW | AT_STATX_DONT_SYNC, STATX_WANTED, &info) != 0) {
                     // Removed between the listing and the look: it is simply gone, not an error.
-                    if (errno != ENOENT) ++errors;
+                    if (errorKindOf(errno) != ErrorKind::notFound) ++errors;
                     continue;
                 }
                 fillFromStatx(info, entry);

@@ -1,4 +1,4 @@
-#include "quillet/platform/file_lock.hpp"
+#include "quillet/records/file_lock.hpp"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -8,8 +8,8 @@
 
 namespace kelvor {
 
-Result<FileLock> FileLock::acquire(const std::string& path, LockWait wait) {
-    int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+Result<FileLock> FileLock::acquire(const std::string& path, LockWait wait, unsigned mode) {
+    int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, static_cast<mode_t>(mode));
     if (descriptor < 0) return errnoError("open " + path);
     int operation = LOCK_EX | (wait == LockWait::dontWait ? LOCK_NB : 0);
     while (::flock(descriptor, operation) != 0) {
@@ -21,7 +21,7 @@ Result<FileLock> FileLock::acquire(const std::string& path, LockWait wait) {
     return FileLock(descriptor);
 }
 
-bool FileLock::heldElsewhere(const Error& error) { return error.code == EWOULDBLOCK; }
+bool FileLock::heldElsewhere(const Error& error) { return error.kind == ErrorKind::busy; }
 
 FileLock::FileLock(FileLock&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
 

@@ -1,4 +1,4 @@
-#include "quillet/platform/file_lock.hpp"
+#include "quillet/records/file_lock.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "quillet/platform/atomic_write.hpp"
+#include "quillet/records/atomic_write.hpp"
 
 #include <gtest/gtest.h>
 

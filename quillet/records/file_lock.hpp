@@ -12,9 +12,10 @@ enum class LockWait { wait, dontWait };
 
 class FileLock {
 public:
-    // Opens `path` (creating it, mode 0644) and takes the exclusive lock. With LockWait::wait it
-    // waits for another holder; with dontWait it fails at once with code EWOULDBLOCK instead.
-    static Result<FileLock> acquire(const std::string& path, LockWait wait);
+    // Opens `path` (creating it with `mode`) and takes the exclusive lock, retrying when
+    // interrupted. With LockWait::wait it waits for another holder; with dontWait it fails at once
+    // with ErrorKind::busy instead.
+    static Result<FileLock> acquire(const std::string& path, LockWait wait, unsigned mode = 0644);
 
     // True when `error` came from acquire(dontWait) finding the lock held elsewhere.
     static bool heldElsewhere(const Error& error);

@@ -1,4 +1,4 @@
-#include "quillet/platform/atomic_write.hpp"
+#include "quillet/records/atomic_write.hpp"
 
 #include <fcntl.h>
 #include <stdlib.h>
@@ -6,21 +6,11 @@
 
 #include <cstdio>
 
+#include "quillet/records/file_bytes.hpp"
+
 namespace kelvor {
 
 namespace {
-
-Result<void> writeAll(int descriptor, std::string_view bytes, const std::string& name) {
-    while (!bytes.empty()) {
-        ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
-        if (written < 0) {
-            if (errno == EINTR) continue;
-            return errnoError("write " + name);
-        }
-        bytes.remove_prefix(static_cast<size_t>(written));
-    }
-    return {};
-}
 
 Result<void> failWith(Error error, int descriptor, const std::string& temporary) {
     if (descriptor >= 0) ::close(descriptor);
@@ -35,7 +25,7 @@ Result<void> writeFileAtomically(const std::string& path, std::string_view bytes
     std::string temporary = path + ".tmp-XXXXXX";
     int descriptor = ::mkstemp(temporary.data());
     if (descriptor < 0) return errnoError("create a temporary file beside " + path);
-    if (Result<void> written = writeAll(descriptor, bytes, temporary); !written)
+    if (Result<void> written = writeAllBytes(descriptor, bytes, temporary); !written)
         return failWith(written.error(), descriptor, temporary);
     if (::fsync(descriptor) != 0) return failWith(errnoError("fsync " + temporary), descriptor, temporary);
     if (::close(descriptor) != 0) return failWith(errnoError("close " + temporary), -1, temporary);

@@ -1,0 +1,72 @@
+#include "quillet/platform/procs.hpp"
+
+#include <libproc.h>
+#include <sys/proc_info.h>
+#include <sys/sysctl.h>
+
+#include <cstring>
+#include <vector>
+
+namespace kelvor {
+
+namespace {
+
+// The arguments from the kernel's argument area: argc, the executable path, padding NULs, then
+// argc NUL-ended arguments.
+std::string argumentsOf(pid_t pid) {
+    int request[3] = {CTL_KERN, KERN_PROCARGS2, pid};
+    size_t size = 0;
+    if (::sysctl(request, 3, nullptr, &size, nullptr, 0) != 0 || size < sizeof(int)) return "";
+    std::vector<char> area(size);
+    if (::sysctl(request, 3, area.data(), &size, nullptr, 0) != 0 || size < sizeof(int)) return "";
+    int count = 0;
+    std::memcpy(&count, area.data(), sizeof count);
+    size_t at = sizeof count;
+    while (at < size && area[at] != '\0') ++at;  // the executable path
+    while (at < size && area[at] == '\0') ++at;  // its padding
+    std::string args;
+    for (int i = 0; i < count && at < size; ++i) {
+        size_t end = at;
+        while (end < size && area[end] != '\0') ++end;
+        if (!args.empty()) args += ' ';
+        args.append(area.data() + at, end - at);
+        at = end + 1;
+    }
+    return args;
+}
+
+class LibprocTable final : public ProcessTable {
+public:
+    Result<std::vector<Proc>> list() override {
+        int count = ::proc_listallpids(nullptr, 0);
+        if (count < 1) return errnoError("read the process table");
+        // Room for processes started between the two calls.
+        std::vector<pid_t> pids(static_cast<size_t>(count) + 64);
+        count = ::proc_listallpids(pids.data(), static_cast<int>(pids.size() * sizeof(pid_t)));
+        if (count < 1) return errnoError("read the process table");
+        pids.resize(static_cast<size_t>(count));
+        std::vector<Proc> procs;
+        for (pid_t pid : pids) {
+            if (pid <= 0) continue;
+            struct proc_bsdinfo info {};
+            if (::proc_pidinfo(pid, PROC_PIDTBSDINFO, 0, &info, sizeof info) != sizeof info) continue;
+            Proc proc;
+            proc.pid = pid;
+            proc.ppid = static_cast<std::int32_t>(info.pbi_ppid);
+            char path[PROC_PIDPATHINFO_MAXSIZE];
+            if (::proc_pidpath(pid, path, sizeof path) > 0) proc.path = path;
+            proc.args = argumentsOf(pid);
+            procs.push_back(std::move(proc));
+        }
+        return procs;
+    }
+};
+
+}  // namespace
+
+ProcessTable& ProcessTable::real() {
+    static auto* table = new LibprocTable();
+    return *table;
+}
+
+}  // namespace kelvor

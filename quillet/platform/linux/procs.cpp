@@ -1,0 +1,65 @@
+#include "quillet/platform/procs.hpp"
+
+#include <dirent.h>
+#include <unistd.h>
+
+#include <cctype>
+#include <charconv>
+
+#include "quillet/platform/proc_text.hpp"
+#include "quillet/records/file_bytes.hpp"
+
+namespace kelvor {
+
+namespace {
+
+std::optional<std::string> linkTarget(const std::string& link) {
+    std::string target(4096, '\0');
+    ssize_t length = ::readlink(link.c_str(), target.data(), target.size());
+    if (length < 0) return std::nullopt;
+    target.resize(static_cast<size_t>(length));
+    return target;
+}
+
+class ProcFileSystemTable final : public ProcessTable {
+public:
+    Result<std::vector<Proc>> list() override {
+        DIR* folder = ::opendir("/proc");
+        if (!folder) return errnoError("read the process table /proc");
+        std::vector<Proc> procs;
+        while (dirent* entry = ::readdir(folder)) {
+            std::string_view name = entry->d_name;
+            std::int32_t pid = 0;
+            auto [end, failure] = std::from_chars(name.data(), name.data() + name.size(), pid);
+            if (failure != std::errc() || end != name.data() + name.size() || pid <= 0) continue;
+            std::string base = "/proc/" + std::string(name);
+            // A process that ended since the listing has no stat any more: it is simply gone.
+            Result<std::string> stat = readWholeFile(base + "/stat");
+            if (!stat) continue;
+            std::optional<std::int32_t> parent = parentPidFromStat(*stat);
+            if (!parent) continue;
+            Proc proc;
+            proc.pid = pid;
+            proc.ppid = *parent;
+            // Another user's executable link is unreadable without privilege; the rest still tells.
+            if (std::optional<std::string> target = linkTarget(base + "/exe")) {
+                ExecutablePath executable = executableFromLink(*target);
+                proc.path = std::move(executable.path);
+                proc.pathDeleted = executable.deleted;
+            }
+            if (Result<std::string> cmdline = readWholeFile(base + "/cmdline")) proc.args = argsFromCmdline(*cmdline);
+            procs.push_back(std::move(proc));
+        }
+        ::closedir(folder);
+        return procs;
+    }
+};
+
+}  // namespace
+
+ProcessTable& ProcessTable::real() {
+    static auto* table = new ProcFileSystemTable();
+    return *table;
+}
+
+}  // namespace kelvor

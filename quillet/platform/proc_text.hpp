@@ -1,0 +1,27 @@
+#pragma once
+// Decoding what the Linux process table shows as text, apart from reading it, so that every odd
+// case is a test on a string.
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace kelvor {
+
+// The parent pid from the text of "/proc/<pid>/stat": "pid (comm) state ppid ...". The command
+// name may hold blanks and ")", so the fields are read after the LAST ")". None when malformed.
+std::optional<std::int32_t> parentPidFromStat(std::string_view stat);
+
+// The text of "/proc/<pid>/cmdline" (arguments each ended by NUL) as one string, the arguments
+// joined by single blanks. A trailing NUL does not add an empty argument.
+std::string argsFromCmdline(std::string_view cmdline);
+
+struct ExecutablePath {
+    std::string path;
+    bool deleted = false;  // the link ended with " (deleted)"
+};
+
+// The target of "/proc/<pid>/exe" with the kernel's " (deleted)" suffix taken off and noted.
+ExecutablePath executableFromLink(std::string_view target);
+
+}  // namespace kelvor

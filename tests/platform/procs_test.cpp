@@ -1,0 +1,91 @@
+#include "quillet/platform/procs.hpp"
+
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "quillet/platform/proc_text.hpp"
+
+namespace kelvor {
+namespace {
+
+TEST(ProcText, TheParentIsReadAfterTheLastClosingParenthesis) {
+    struct Case {
+        std::string stat;
+        std::optional<std::int32_t> parent;
+    };
+    const Case cases[] = {
+        {"1234 (bash) S 1000 1234 1234 34816", 1000},
+        {"77 (Web Content) R 12 77 77 0", 12},
+        {"88 (evil) S 1 2) S 4242 88 88 0", 4242},  // a name that ends like a stat line
+        {"99 ((sd-pam)) S 1 99 99 0", 1},
+        {"5 () Z 3 5 5 0", 3},
+        {"12 (kthreadd) S 0 0 0 0", 0},
+        {"12 (no close S 1 2", std::nullopt},
+        {"12 (x) S", std::nullopt},
+        {"12 (x) S abc 1", std::nullopt},
+        {"12 (x) S 12abc 1", std::nullopt},
+        {"", std::nullopt},
+    };
+    for (const Case& c : cases) EXPECT_EQ(parentPidFromStat(c.stat), c.parent) << c.stat;
+}
+
+TEST(ProcText, ArgumentsAreJoinedByBlanks) {
+    using namespace std::string_literals;
+    EXPECT_EQ(argsFromCmdline("python3\0-m\0huggingface_hub\0"s), "python3 -m huggingface_hub");
+    EXPECT_EQ(argsFromCmdline("/usr/bin/ollama\0serve"s), "/usr/bin/ollama serve") << "no trailing NUL";
+    EXPECT_EQ(argsFromCmdline("a\0\0b\0"s), "a  b") << "an empty argument keeps its place";
+    EXPECT_EQ(argsFromCmdline(""), "");
+}
+
+TEST(ProcText, ADeletedExecutableIsNotedAndItsPathKept) {
+    ExecutablePath gone = executableFromLink("/opt/tool/bin/server (deleted)");
+    EXPECT_EQ(gone.path, "/opt/tool/bin/server");
+    EXPECT_TRUE(gone.deleted);
+    ExecutablePath present = executableFromLink("/opt/my (deleted) tool/bin/server");
+    EXPECT_EQ(present.path, "/opt/my (deleted) tool/bin/server");
+    EXPECT_FALSE(present.deleted);
+}
+
+// A table a test presents: what a caller sees when the system refuses to show processes.
+struct UnreadableTable : ProcessTableWrapper {
+    using ProcessTableWrapper::ProcessTableWrapper;
+    Result<std::vector<Proc>> list() override { return Error{EACCES, "read the process table"}; }
+};
+
+TEST(ProcessTable, AReplacedTableFailsWithoutTouchingTheSystem) {
+    UnreadableTable table(ProcessTable::real());
+    Result<std::vector<Proc>> listed = table.list();
+    ASSERT_FALSE(listed.ok());
+    EXPECT_EQ(listed.error().kind, ErrorKind::denied);
+
+    struct PresentedTable : ProcessTableWrapper {
+        using ProcessTableWrapper::ProcessTableWrapper;
+        Result<std::vector<Proc>> list() override {
+            return std::vector<Proc>{{.pid = 10, .ppid = 1, .path = "/usr/bin/ollama", .args = "ollama serve"}};
+        }
+    } presented(table);
+    Result<std::vector<Proc>> shown = presented.list();
+    ASSERT_TRUE(shown.ok());
+    ASSERT_EQ(shown->size(), 1u);
+    EXPECT_EQ(shown->front().path, "/usr/bin/ollama");
+}
+
+TEST(ProcessTable, TheRealTableListsThisProcessWithItsParent) {
+    Result<std::vector<Proc>> listed = ProcessTable::real().list();
+    ASSERT_TRUE(listed.ok()) << listed.error().describe();
+    auto self = std::find_if(listed->begin(), listed->end(), [](const Proc& p) { return p.pid == ::getpid(); });
+    ASSERT_NE(self, listed->end());
+    EXPECT_EQ(self->ppid, ::getppid());
+    EXPECT_EQ(self->path, std::filesystem::read_symlink("/proc/self/exe").string());
+    EXPECT_FALSE(self->pathDeleted);
+    EXPECT_NE(self->args.find("kelvor_tests"), std::string::npos) << self->args;
+    auto parent = std::find_if(listed->begin(), listed->end(), [](const Proc& p) { return p.pid == ::getppid(); });
+    EXPECT_NE(parent, listed->end()) << "the parent is listed too";
+}
+
+}  // namespace
+}  // namespace kelvor
