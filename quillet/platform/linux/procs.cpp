@@ -3,7 +3,6 @@
 #include <dirent.h>
 #include <unistd.h>
 
-#include <cctype>
 #include <charconv>
 
 #include "quillet/platform/proc_text.hpp"
