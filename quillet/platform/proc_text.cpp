@@ -31,6 +31,11 @@ std::string argsFromCmdline(std::string_view cmdline) {
     return args;
 }
 
+std::optional<std::string> openFileFromLink(std::string_view target) {
+    if (!target.starts_with('/')) return std::nullopt;
+    return executableFromLink(target).path;
+}
+
 ExecutablePath executableFromLink(std::string_view target) {
     constexpr std::string_view DELETED = " (deleted)";
     if (target.ends_with(DELETED)) return {std::string(target.substr(0, target.size() - DELETED.size())), true};

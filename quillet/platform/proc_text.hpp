@@ -21,6 +21,10 @@ struct ExecutablePath {
     bool deleted = false;  // the link ended with " (deleted)"
 };
 
+// The path of an open file from the target of a "/proc/<pid>/fd/<n>" link: none for what is not
+// a file ("socket:[...]", "pipe:[...]", "anon_inode:..."); a deleted file keeps its old path.
+std::optional<std::string> openFileFromLink(std::string_view target);
+
 // The target of "/proc/<pid>/exe" with the kernel's " (deleted)" suffix taken off and noted.
 ExecutablePath executableFromLink(std::string_view target);
 

@@ -26,6 +26,10 @@ public:
     // be read; a process that ends while it is being read is left out.
     virtual Result<std::vector<Proc>> list() = 0;
 
+    // The paths of the files and folders process `pid` holds open (sockets, pipes and the like
+    // left out). An Error when its table of open files cannot be read (kind notFound once it ended).
+    virtual Result<std::vector<std::string>> openFiles(std::int32_t pid) = 0;
+
     // The system's process table. Shared and never destroyed.
     static ProcessTable& real();
 };
@@ -37,6 +41,7 @@ public:
     ProcessTable& target() { return target_; }
 
     Result<std::vector<Proc>> list() override { return target_.list(); }
+    Result<std::vector<std::string>> openFiles(std::int32_t pid) override { return target_.openFiles(pid); }
 
 private:
     ProcessTable& target_;

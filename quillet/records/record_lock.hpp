@@ -20,7 +20,8 @@ public:
     // Takes the record's lock. A thread that already holds `path` passes at once; another thread
     // of this process waits until the holder leaves, whatever `wait` says. Then the file lock is
     // taken as `wait` says: with dontWait, a holder in another process (or another open of the
-    // lock file) gives an Error of kind busy. The folder of `path` must exist.
+    // lock file) gives an Error of kind busy. The folder of `path` must exist. Records are told
+    // apart by the spelling of `path`, so callers pass one canonical form.
     static Result<RecordLock> hold(const std::string& path, LockWait wait);
 
     RecordLock(RecordLock&& other) noexcept : path_(std::exchange(other.path_, std::string())) {}

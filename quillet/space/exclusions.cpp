@@ -46,7 +46,8 @@ std::string normalised(std::string_view absolute) {
 Result<std::set<std::string>> readEntries(const std::string& file) {
     Result<JsonRecord> record = readJsonRecord(file);
     if (!record) return record.error();
-    if (!record->readable() || !record->value->is_array()) return Error{0, file + " is not a JSON array of paths"};
+    if (!record->readable()) return Error{0, file + " is not a JSON array of paths: " + record->problem};
+    if (!record->value->is_array()) return Error{0, file + " is not a JSON array of paths"};
     std::set<std::string> entries;
     for (const nlohmann::json& item : *record->value) {
         if (!item.is_string()) return Error{0, file + " holds an entry that is not a path"};

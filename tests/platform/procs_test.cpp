@@ -1,5 +1,6 @@
 #include "quillet/platform/procs.hpp"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -8,6 +9,7 @@
 #include <filesystem>
 
 #include "quillet/platform/proc_text.hpp"
+#include "tests/support/temp_home.hpp"
 
 namespace kelvor {
 namespace {
@@ -50,6 +52,13 @@ TEST(ProcText, ADeletedExecutableIsNotedAndItsPathKept) {
     EXPECT_FALSE(present.deleted);
 }
 
+TEST(ProcText, OnlyFilesCountAsOpenFiles) {
+    EXPECT_EQ(openFileFromLink("/home/a/.cache/model.bin"), "/home/a/.cache/model.bin");
+    EXPECT_EQ(openFileFromLink("/home/a/old.log (deleted)"), "/home/a/old.log");
+    for (std::string_view other : {"socket:[12345]", "pipe:[99]", "anon_inode:[eventfd]", ""})
+        EXPECT_EQ(openFileFromLink(other), std::nullopt) << other;
+}
+
 // A table a test presents: what a caller sees when the system refuses to show processes.
 struct UnreadableTable : ProcessTableWrapper {
     using ProcessTableWrapper::ProcessTableWrapper;
@@ -85,6 +94,21 @@ TEST(ProcessTable, TheRealTableListsThisProcessWithItsParent) {
     EXPECT_NE(self->args.find("kelvor_tests"), std::string::npos) << self->args;
     auto parent = std::find_if(listed->begin(), listed->end(), [](const Proc& p) { return p.pid == ::getppid(); });
     EXPECT_NE(parent, listed->end()) << "the parent is listed too";
+}
+
+TEST(ProcessTable, TheRealTableShowsAFileThisProcessHoldsOpen) {
+    testing::TempHome home;
+    const std::string path = home / "held open";
+    testing::writeFile(path, "x");
+    int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_GE(descriptor, 0);
+    Result<std::vector<std::string>> open = ProcessTable::real().openFiles(::getpid());
+    ::close(descriptor);
+    ASSERT_TRUE(open.ok()) << open.error().describe();
+    EXPECT_NE(std::find(open->begin(), open->end(), path), open->end());
+    Result<std::vector<std::string>> closed = ProcessTable::real().openFiles(::getpid());
+    ASSERT_TRUE(closed.ok());
+    EXPECT_EQ(std::find(closed->begin(), closed->end(), path), closed->end());
 }
 
 }  // namespace

@@ -60,6 +60,25 @@ public:
         }
         return procs;
     }
+
+    Result<std::vector<std::string>> openFiles(std::int32_t pid) override {
+        int size = ::proc_pidinfo(pid, PROC_PIDLISTFDS, 0, nullptr, 0);
+        if (size <= 0) return errnoError("read the open files of process " + std::to_string(pid));
+        std::vector<struct proc_fdinfo> descriptors(static_cast<size_t>(size) / sizeof(struct proc_fdinfo));
+        size = ::proc_pidinfo(pid, PROC_PIDLISTFDS, 0, descriptors.data(),
+                              static_cast<int>(descriptors.size() * sizeof(struct proc_fdinfo)));
+        if (size <= 0) return errnoError("read the open files of process " + std::to_string(pid));
+        descriptors.resize(static_cast<size_t>(size) / sizeof(struct proc_fdinfo));
+        std::vector<std::string> paths;
+        for (const struct proc_fdinfo& descriptor : descriptors) {
+            if (descriptor.proc_fdtype != PROX_FDTYPE_VNODE) continue;
+            struct vnode_fdinfowithpath info {};
+            if (::proc_pidfdinfo(pid, descriptor.proc_fd, PROC_PIDFDVNODEPATHINFO, &info, sizeof info) != sizeof info)
+                continue;
+            paths.emplace_back(info.pvip.vip_path);
+        }
+        return paths;
+    }
 };
 
 }  // namespace

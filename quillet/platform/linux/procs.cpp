@@ -3,7 +3,6 @@
 #include <dirent.h>
 #include <unistd.h>
 
-#include <cctype>
 #include <charconv>
 
 #include "quillet/platform/proc_text.hpp"
@@ -52,6 +51,22 @@ public:
         }
         ::closedir(folder);
         return procs;
+    }
+
+    Result<std::vector<std::string>> openFiles(std::int32_t pid) override {
+        const std::string folderPath = "/proc/" + std::to_string(pid) + "/fd";
+        DIR* folder = ::opendir(folderPath.c_str());
+        if (!folder) return errnoError("read the open files of process " + std::to_string(pid));
+        std::vector<std::string> paths;
+        while (dirent* entry = ::readdir(folder)) {
+            if (entry->d_name[0] == '.') continue;
+            // A descriptor closed since the listing has no link any more.
+            std::optional<std::string> target = linkTarget(folderPath + "/" + entry->d_name);
+            if (!target) continue;
+            if (std::optional<std::string> path = openFileFromLink(*target)) paths.push_back(std::move(*path));
+        }
+        ::closedir(folder);
+        return paths;
     }
 };
 
