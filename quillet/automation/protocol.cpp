@@ -45,6 +45,26 @@ Json textContent(Json payload, bool isError) {
     return Json{{"content", Json::array({std::move(item)})}, {"isError", isError}};
 }
 
+std::size_t jsonNestingDepth(std::string_view text, std::size_t stopAt) {
+    std::size_t depth = 0, deepest = 0;
+    bool inString = false, escaped = false;
+    for (char c : text) {
+        if (inString) {
+            if (escaped) escaped = false;
+            else if (c == '\\') escaped = true;
+            else if (c == '"') inString = false;
+        } else if (c == '"') {
+            inString = true;
+        } else if (c == '[' || c == '{') {
+            deepest = std::max(deepest, ++depth);
+            if (deepest >= stopAt) return deepest;
+        } else if ((c == ']' || c == '}') && depth > 0) {
+            --depth;
+        }
+    }
+    return deepest;
+}
+
 std::string protocolLine(const Json& message) {
     return message.dump(-1, ' ', false, Json::error_handler_t::replace);
 }

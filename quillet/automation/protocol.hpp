@@ -23,6 +23,11 @@ inline constexpr std::string_view DEFAULT_PROTOCOL = "2025-11-25";
 // A line longer than this many bytes is refused unread.
 inline constexpr std::size_t MCP_MAX_LINE_BYTES = 1048576;
 
+// A message nested deeper than this is refused before it is parsed: copying, comparing and
+// printing a JSON value recurse once per level, and a line of a million brackets would
+// overflow the stack.
+inline constexpr std::size_t MCP_MAX_NESTING = 128;
+
 inline constexpr int MCP_PARSE_ERROR = -32700;
 inline constexpr int MCP_INVALID_REQUEST = -32600;
 inline constexpr int MCP_METHOD_NOT_FOUND = -32601;
@@ -58,6 +63,10 @@ Json mcpError(const Json& id, int code, std::string_view message, std::optional<
 // gets the `_trust` key (MCP_TRUST_TEXT) unless it has one; anything else is wrapped as
 // {"value": payload} first so the key always travels.
 Json textContent(Json payload, bool isError);
+
+// The deepest nesting of arrays and objects in `text`, brackets inside strings not counted.
+// Stops counting at `stopAt`.
+std::size_t jsonNestingDepth(std::string_view text, std::size_t stopAt = MCP_MAX_NESTING + 1);
 
 // One message as one line of compact JSON without the newline. Never throws: text that is not
 // valid UTF-8 is replaced, not refused.

@@ -37,8 +37,11 @@ McpServer::~McpServer() { finish(); }
 
 void McpServer::receive(std::string_view line) {
     Job job;
-    Json message = Json::parse(line, nullptr, false);
-    if (message.is_discarded()) {
+    const bool tooDeep = jsonNestingDepth(line) > MCP_MAX_NESTING;
+    Json message = tooDeep ? Json() : Json::parse(line, nullptr, false);
+    if (tooDeep) {
+        job.error = mcpError(nullptr, MCP_INVALID_REQUEST, "request too deeply nested");
+    } else if (message.is_discarded()) {
         job.error = mcpError(nullptr, MCP_PARSE_ERROR, "parse error");
     } else if (!message.is_object()) {
         job.error = mcpError(nullptr, MCP_INVALID_REQUEST, "invalid request");

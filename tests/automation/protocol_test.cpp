@@ -60,6 +60,18 @@ TEST(McpProtocol, TextContentCarriesTheTrustNoteAndTheErrorFlag) {
     EXPECT_EQ(wrapped["_trust"], MCP_TRUST_TEXT);
 }
 
+TEST(McpProtocol, NestingDepthCountsBracketsOutsideStringsOnly) {
+    struct Case {
+        std::string text;
+        std::size_t depth;
+    };
+    for (const Case& each : {Case{"1", 0}, Case{"{}", 1}, Case{R"({"a":[{"b":[]}]})", 4},
+                             Case{R"({"a":"[[[{{{"})", 1}, Case{R"({"a":"\"[[["})", 1},
+                             Case{R"({"a":"\\"}[[)", 2}, Case{"]]]][", 1}})
+        EXPECT_EQ(jsonNestingDepth(each.text), each.depth) << each.text;
+    EXPECT_EQ(jsonNestingDepth(std::string(100000, '['), 10), 10u) << "counting stops at the limit";
+}
+
 TEST(McpProtocol, ALineIsOneLineWhateverTheTextHolds) {
     // A file name may hold a newline or bytes that are not UTF-8; the line must stay one line
     // and serialising must not throw.

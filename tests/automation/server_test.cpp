@@ -82,6 +82,8 @@ TEST(McpServer, BadMessagesAreAnsweredWithTheirCodes) {
     const Case cases[] = {
         {"{not json", MCP_PARSE_ERROR, nullptr},
         {"[1,2]", MCP_INVALID_REQUEST, nullptr},
+        {"null", MCP_INVALID_REQUEST, nullptr},
+        {"", MCP_PARSE_ERROR, nullptr},
         {R"({"jsonrpc":"2.0","id":{"a":1},"method":"ping"})", MCP_INVALID_REQUEST, nullptr},
         {R"({"jsonrpc":"2.0","id":4,"method":7})", MCP_INVALID_REQUEST, 4},
         {request(5, "resources/list"), MCP_METHOD_NOT_FOUND, 5},
@@ -99,6 +101,19 @@ TEST(McpServer, BadMessagesAreAnsweredWithTheirCodes) {
     }
     auto unknown = serve({request(1, "tools/call", Json{{"name", "kelvor_nosuch"}})});
     EXPECT_EQ(unknown[0]["error"]["message"], "unknown tool: kelvor_nosuch");
+}
+
+TEST(McpServer, DeepNestingIsRefusedUnparsedAndTheServerGoesOn) {
+    const std::string deep = std::string(200000, '[') + std::string(200000, ']');
+    auto answers = serve({R"({"jsonrpc":"2.0","id":1,"method":"ping","params":{"x":)" + deep + "}}",
+                          R"({"jsonrpc":"2.0","method":"notifications/cancelled","params":{"requestId":)" + deep + "}}",
+                          // Brackets inside a string are text, not nesting.
+                          request(2, "ping", Json{{"note", std::string(1000, '[')}})});
+    ASSERT_EQ(answers.size(), 3u);
+    EXPECT_EQ(answers[0]["error"]["code"], MCP_INVALID_REQUEST);
+    EXPECT_TRUE(answers[0]["id"].is_null());
+    EXPECT_EQ(answers[1]["error"]["code"], MCP_INVALID_REQUEST);
+    EXPECT_EQ(answers[2]["id"], 2);
 }
 
 TEST(McpServer, AnUnsupportedAnnouncedVersionIsRefusedAndLeavesTheEraAlone) {
