@@ -40,12 +40,5 @@ TEST(OperationContext, ReportsFromManyThreadsReachTheSinkOneAtATimeAndInOrder) {
     for (std::size_t i = 1; i < seen.size(); ++i) EXPECT_LT(seen[i - 1], seen[i]) << i;
 }
 
-TEST(OperationContext, WithoutASinkReportingIsHarmless) {
-    OperationContext context({}, 3);
-    context.report(1, std::nullopt, "scanning");
-    EXPECT_EQ(context.threads(), 3);
-    EXPECT_FALSE(context.cancelled());
-}
-
 }  // namespace
 }  // namespace kelvor

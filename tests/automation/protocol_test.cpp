@@ -28,16 +28,6 @@ TEST(McpProtocol, ModernEraMarksResultsCompleteButLeavesAnEmptyResultEmpty) {
     EXPECT_EQ(mcpResult(7, Json::object(), ProtocolEra::modern)["result"], Json::object());
 }
 
-TEST(McpProtocol, EnvelopesEchoTheIdAsReceived) {
-    for (const Json& id : {Json("7"), Json(7), Json(-3), Json(2.5), Json(18446744073709551615ULL), Json("")}) {
-        Json result = mcpResult(id, Json::object(), ProtocolEra::legacy);
-        EXPECT_EQ(protocolLine(result["id"]), protocolLine(id));
-        EXPECT_EQ(result["jsonrpc"], "2.0");
-        Json error = mcpError(id, MCP_METHOD_NOT_FOUND, "method not found");
-        EXPECT_EQ(protocolLine(error["id"]), protocolLine(id));
-    }
-}
-
 TEST(McpProtocol, ErrorDataOnlyWhenGiven) {
     Json bare = mcpError(nullptr, MCP_PARSE_ERROR, "parse error");
     EXPECT_TRUE(bare["id"].is_null());
