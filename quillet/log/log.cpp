@@ -12,6 +12,7 @@
 #include <mutex>
 #include <thread>
 
+#include "quillet/main/version.hpp"
 #include "quillet/platform/home.hpp"
 #include "quillet/platform/sysinfo.hpp"
 #include "quillet/records/file_bytes.hpp"
@@ -20,8 +21,6 @@
 namespace kelvor {
 
 namespace {
-
-constexpr std::string_view VERSION = "1.0.14";
 
 std::optional<std::uint64_t> fileSize(const std::string& path) {
     struct stat info {};
@@ -145,7 +144,7 @@ void write(std::string_view category, std::string_view message) {
 void drain() { Writer::shared().drain(); }
 
 std::string header() {
-    std::string line = "Kelvor " + std::string(VERSION) + " · " + systemName();
+    std::string line = "Kelvor " + std::string(PROGRAM_VERSION) + " · " + systemName();
     std::string version = systemVersion();
     if (!version.empty()) line += " " + version;
     line += " · " + std::to_string(processorCount()) + " cores";

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "quillet/automation/run_mcp.hpp"
 #include "quillet/clean/clean_plan.hpp"
 #include "quillet/i18n/check.hpp"
 #include "quillet/i18n/text.hpp"
@@ -27,7 +28,7 @@ int runI18n(const Settings&) { return runI18nCheck() == 0 ? 0 : 1; }
 constexpr ModeEntry MODE_TABLE[] = {
     {"support-matrix", runSupportMatrix, Housekeeping::skipped},
     {"support-json", runSupportJson, Housekeeping::skipped},
-    {"mcp", runUnavailable},
+    {"mcp", runMcp},
     {"mcp-install", runUnavailable},
     {"detect", runUnavailable},
     {"quarantine", runUnavailable},
