@@ -9,6 +9,7 @@
 #include "quillet/clean/clean_plan.hpp"
 #include "quillet/i18n/check.hpp"
 #include "quillet/i18n/text.hpp"
+#include "quillet/automation/mcp_install.hpp"
 #include "quillet/main/support_modes.hpp"
 #include "quillet/scan/harness.hpp"
 #include "quillet/space/exclude_mode.hpp"
@@ -29,7 +30,7 @@ constexpr ModeEntry MODE_TABLE[] = {
     {"support-matrix", runSupportMatrix, Housekeeping::skipped},
     {"support-json", runSupportJson, Housekeeping::skipped},
     {"mcp", runMcp},
-    {"mcp-install", runUnavailable},
+    {"mcp-install", runMCPInstall},
     {"detect", runUnavailable},
     {"quarantine", runUnavailable},
     {"forget", runUnavailable},

@@ -47,5 +47,26 @@ TEST(McpSdkClient, TheOfficialClientConnectsListsValidatesAndCallsEveryTool) {
     EXPECT_FALSE(summary.contains("serverStderr")) << summary["serverStderr"];
 }
 
+// What --mode mcp-install writes is what an assistant starts: the client, given exactly the
+// command and arguments of the Cursor entry, reaches the server and lists its tools.
+TEST(McpSdkClient, TheEntryMcpInstallWritesStartsAWorkingServer) {
+    std::optional<std::string> node = findOnPath("node");
+    if (!node) GTEST_SKIP() << "node is not installed, so the official MCP client cannot run here";
+    testing::TempHome home;
+    std::filesystem::create_directories(home / ".cursor");
+    testing::RunOutput installed = testing::runProgram({KELVOR_BINARY, "--mode", "mcp-install"}, "");
+    ASSERT_EQ(installed.status, 0) << installed.out << installed.err;
+    Json entry = Json::parse(testing::readFile(home / ".cursor/mcp.json"))["mcpServers"]["kelvor"];
+    std::vector<std::string> argv = {*node, std::string(MCP_CLIENT_DIR) + "/client.mjs",
+                                     entry["command"].get<std::string>()};
+    for (const Json& word : entry["args"]) argv.push_back(word.get<std::string>());
+    testing::RunOutput run = testing::runProgram(argv, "");
+    EXPECT_EQ(run.status, 0) << run.err << run.out;
+    Json summary = Json::parse(run.out.substr(0, run.out.find('\n')), nullptr, false);
+    ASSERT_TRUE(summary.is_object()) << run.out;
+    EXPECT_EQ(summary["ok"], true) << run.out;
+    EXPECT_EQ(summary["tools"].size(), MCP_TOOLS.size());
+}
+
 }  // namespace
 }  // namespace kelvor

@@ -11,6 +11,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/de/scan.inc"
 #include "quillet/i18n/tables/de/catalog.inc"
 #include "quillet/i18n/tables/de/automation.inc"
+#include "quillet/i18n/tables/de/mcp_install.inc"
 };
 
 }  // namespace

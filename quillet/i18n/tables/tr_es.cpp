@@ -11,6 +11,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/es/scan.inc"
 #include "quillet/i18n/tables/es/catalog.inc"
 #include "quillet/i18n/tables/es/automation.inc"
+#include "quillet/i18n/tables/es/mcp_install.inc"
 };
 
 }  // namespace

@@ -11,6 +11,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/fr/scan.inc"
 #include "quillet/i18n/tables/fr/catalog.inc"
 #include "quillet/i18n/tables/fr/automation.inc"
+#include "quillet/i18n/tables/fr/mcp_install.inc"
 };
 
 }  // namespace

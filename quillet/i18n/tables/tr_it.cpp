@@ -11,6 +11,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/it/scan.inc"
 #include "quillet/i18n/tables/it/catalog.inc"
 #include "quillet/i18n/tables/it/automation.inc"
+#include "quillet/i18n/tables/it/mcp_install.inc"
 };
 
 }  // namespace

@@ -11,6 +11,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/ja/scan.inc"
 #include "quillet/i18n/tables/ja/catalog.inc"
 #include "quillet/i18n/tables/ja/automation.inc"
+#include "quillet/i18n/tables/ja/mcp_install.inc"
 };
 
 }  // namespace

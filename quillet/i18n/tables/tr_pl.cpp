@@ -11,6 +11,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/pl/scan.inc"
 #include "quillet/i18n/tables/pl/catalog.inc"
 #include "quillet/i18n/tables/pl/automation.inc"
+#include "quillet/i18n/tables/pl/mcp_install.inc"
 };
 
 }  // namespace

@@ -11,6 +11,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/pt_br/scan.inc"
 #include "quillet/i18n/tables/pt_br/catalog.inc"
 #include "quillet/i18n/tables/pt_br/automation.inc"
+#include "quillet/i18n/tables/pt_br/mcp_install.inc"
 };
 
 }  // namespace

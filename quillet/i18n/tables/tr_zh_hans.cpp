@@ -11,6 +11,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/zh_hans/scan.inc"
 #include "quillet/i18n/tables/zh_hans/catalog.inc"
 #include "quillet/i18n/tables/zh_hans/automation.inc"
+#include "quillet/i18n/tables/zh_hans/mcp_install.inc"
 };
 
 }  // namespace

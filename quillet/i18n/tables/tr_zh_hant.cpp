@@ -11,6 +11,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/zh_hant/scan.inc"
 #include "quillet/i18n/tables/zh_hant/catalog.inc"
 #include "quillet/i18n/tables/zh_hant/automation.inc"
+#include "quillet/i18n/tables/zh_hant/mcp_install.inc"
 };
 
 }  // namespace

@@ -6,9 +6,12 @@ import { Client } from "@modelcontextprotocol/sdk/client/index.js";
 import { StdioClientTransport } from "@modelcontextprotocol/sdk/client/stdio.js";
 import { EmptyResultSchema, ListToolsResultSchema } from "@modelcontextprotocol/sdk/types.js";
 
+// With more words after the path, they are the arguments to start it with (as a settings file
+// written by --mode mcp-install names them); without, the automation server's own.
 const kelvor = process.argv[2];
+const serverArgs = process.argv.length > 3 ? process.argv.slice(3) : ["--mode", "mcp"];
 if (!kelvor) {
-  console.error("usage: node client.mjs <path to kelvor>");
+  console.error("usage: node client.mjs <path to kelvor> [arguments…]");
   process.exit(2);
 }
 
@@ -16,7 +19,7 @@ const faults = [];
 const fault = (what) => faults.push(String(what));
 
 // The SDK's own default environment: only HOME, LOGNAME, PATH, SHELL, TERM and USER travel.
-const transport = new StdioClientTransport({ command: kelvor, args: ["--mode", "mcp"], stderr: "pipe" });
+const transport = new StdioClientTransport({ command: kelvor, args: serverArgs, stderr: "pipe" });
 let serverStderr = "";
 transport.stderr?.on("data", (chunk) => (serverStderr += chunk));
 
