@@ -15,6 +15,7 @@
 #include <thread>
 
 #include "quillet/platform/home.hpp"
+#include "quillet/platform/printable.hpp"
 #include "quillet/platform/sysinfo.hpp"
 
 namespace kelvor {
@@ -25,7 +26,7 @@ constexpr std::string_view VERSION = "1.0.14";
 
 std::optional<std::uint64_t> fileSize(const std::string& path) {
     struct stat info {};
-    if (::stat(path.c_str(), &info) != 0) return std::nullopt;
+    if (::lstat(path.c_str(), &info) != 0) return std::nullopt;
     return static_cast<std::uint64_t>(info.st_size);
 }
 
@@ -41,10 +42,26 @@ bool writeAll(int fd, std::string_view bytes) {
     return true;
 }
 
+// Opens (creating when missing) a file for appending, never through a link and only when it is a
+// regular file of the person running: a log in a folder someone else controls must not make this
+// process write to a file they chose.
+int openOwnRegularFile(const std::string& path) {
+    int fd = ::open(path.c_str(), O_WRONLY | O_APPEND | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0 && errno == ENOENT)
+        fd = ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (fd < 0) return -1;
+    struct stat info {};
+    if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) || info.st_uid != ::geteuid()) {
+        ::close(fd);
+        return -1;
+    }
+    return fd;
+}
+
 void rotateIfLarge(const std::string& logFile) {
     std::optional<std::uint64_t> size = fileSize(logFile);
     if (!size || *size < LOG_ROTATE_AT) return;
-    int lock = ::open((logFile + ".rotate").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    int lock = openOwnRegularFile(logFile + ".rotate");
     if (lock < 0) return;
     if (::flock(lock, LOCK_EX) == 0) {
         // Another process may have rotated while we waited for the lock.
@@ -134,9 +151,10 @@ std::string formatLogLine(std::string_view category, std::string_view message) {
                   zoneText == "+00:00" ? "Z" : zoneText.c_str());
     std::string line = stamp;
     line += "  [";
-    line += category;
+    // One event, one line: a name carrying a newline must not forge another.
+    line += escapeControls(category);
     line += "] ";
-    line += message;
+    line += escapeControls(message);
     line += '\n';
     return line;
 }
@@ -146,8 +164,7 @@ void appendLogLine(const std::string& folder, std::string_view line) {
     std::filesystem::create_directories(folder, ignored);
     std::string logFile = folder + "/kelvor.log";
     rotateIfLarge(logFile);
-    int fd = ::open(logFile.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
-    if (fd < 0) fd = ::open(logFile.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
+    int fd = openOwnRegularFile(logFile);
     if (fd < 0) return;
     writeAll(fd, line);
     ::close(fd);
