@@ -190,8 +190,12 @@ std::string header() {
 
 std::string tail(int lines, std::optional<std::uint64_t> maxBytes) {
     if (lines <= 0) return "";
-    std::FILE* file = std::fopen(logPath().c_str(), "rb");
-    if (!file) return "";
+    int fd = ::open(logPath().c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+    std::FILE* file = fd < 0 ? nullptr : ::fdopen(fd, "rb");
+    if (!file) {
+        if (fd >= 0) ::close(fd);
+        return "";
+    }
     std::fseek(file, 0, SEEK_END);
     long size = std::ftell(file);
     long start = 0;

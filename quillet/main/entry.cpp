@@ -1,6 +1,7 @@
 #include "quillet/main/entry.hpp"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -46,7 +47,9 @@ int runKelvor(const std::vector<std::string>& args, const std::string& executabl
     ParsedArguments parsed = parseArguments(args, defaults);
 
     if (parsed.removeRoot) {
-        initAppLang(std::nullopt);
+        // As root the saved preference sits in a home someone else controls (a FIFO there would hang
+        // the run): "system" skips it and takes the language from the locale alone.
+        initAppLang(::geteuid() == 0 ? std::optional<std::string>("system") : std::nullopt);
         int status = runRemoveRoot(parsed.removeRootPaths);
         KelvorLog::drain();
         return status;

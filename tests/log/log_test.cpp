@@ -139,6 +139,10 @@ TEST(Log, TailReturnsTheLastLinesWithinTheByteLimit) {
     EXPECT_EQ(KelvorLog::tail(10, 8), "ee\nfour\n");
     writeFile(home / ".kelvor/kelvor.log", "가나다\n");
     EXPECT_EQ(KelvorLog::tail(1, 5), "다\n") << "a cut character is dropped, not garbled";
+    fs::remove(home / ".kelvor/kelvor.log");
+    writeFile(home / "elsewhere", "secret\n");
+    fs::create_symlink(home / "elsewhere", home / ".kelvor/kelvor.log");
+    EXPECT_EQ(KelvorLog::tail(1), "") << "the log is not read through a link";
 }
 
 TEST(Log, HeaderNamesVersionSystemAndCores) {

@@ -201,12 +201,14 @@ TEST(RemoveRoot, RootWritesNoLogInAHomeAndFollowsNoLinkThere) {
     ASSERT_TRUE(trash.usable());
     fs::create_directories(home / ".kelvor");
     fs::create_symlink(home / "chosen-by-the-user", home / ".kelvor/kelvor.log");
+    testing::writeFile(home / ".kelvor/defaults.json", R"({"kelvor.lang": "de"})");
     testing::writeFile(trash.files + "/a\nforged line", "x");
     auto run = testing::runKelvorBinary({"--remove-root", trash.files + "/a\nforged line"},
                                         {"LANG=C", "LANGUAGE=", "HOME=" + home.path()});
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_FALSE(fs::exists(home / "chosen-by-the-user"));
     EXPECT_TRUE(fs::is_symlink(home / ".kelvor/kelvor.log"));
+    EXPECT_NE(run.out.find("deleted for good: "), std::string::npos) << "the home's saved language is not read";
     EXPECT_NE(run.out.find("a\\nforged line"), std::string::npos) << "the name is printed escaped: " << run.out;
 }
 
