@@ -175,13 +175,16 @@ TEST(RemoveRoot, ABindMountInsideAnEntryKeepsItsContentsAndTheEntryItsTrashinfo)
     TempHome home;
     TestTrash trash(home);
     ASSERT_TRUE(trash.usable());
-    testing::writeFile(home / "elsewhere/precious.txt", "mine");
+    // The folder shown through the bind mount lies on the Trash's own file system: only the mount,
+    // not the device, tells the boundary.
+    std::string elsewhere = home / "disk/elsewhere";
+    testing::writeFile(elsewhere + "/precious.txt", "mine");
     std::string entry = trash.files + "/entry";
     testing::writeFile(entry + "/junk.bin", "junk");
     fs::create_directories(entry + "/window");
     testing::writeFile(trash.info + "/entry.trashinfo", "[Trash Info]\n");
     std::optional<ScopedMount> bound;
-    bound.emplace(ScopedMount::bind(home / "elsewhere", entry + "/window"));
+    bound.emplace(ScopedMount::bind(elsewhere, entry + "/window"));
     ASSERT_TRUE(bound->mounted());
 
     auto run = testing::runKelvorBinary({"--remove-root", entry}, {"LANG=C", "LANGUAGE="});
@@ -191,7 +194,7 @@ TEST(RemoveRoot, ABindMountInsideAnEntryKeepsItsContentsAndTheEntryItsTrashinfo)
     EXPECT_FALSE(fs::exists(entry + "/junk.bin")) << "what is on the entry's own file system goes";
     EXPECT_TRUE(fs::exists(trash.info + "/entry.trashinfo")) << "the entry is still there";
     bound.reset();
-    EXPECT_EQ(testing::readFile(home / "elsewhere/precious.txt"), "mine");
+    EXPECT_EQ(testing::readFile(elsewhere + "/precious.txt"), "mine");
 }
 
 TEST(RemoveRoot, RootWritesNoLogInAHomeAndFollowsNoLinkThere) {
