@@ -61,11 +61,11 @@ int runKelvor(const std::vector<std::string>& args, const std::string& executabl
     // The refusals of step 1 are sentences too, so the language is known before they print.
     initAppLang(parsed.settings.langOverride);
     if (parsed.badTier) {
-        std::printf("%s\n", trf(S::badTier, {*parsed.badTier}).c_str());
+        std::printf("%s\n", trf(S::badTier, {escapeControls(*parsed.badTier)}).c_str());
         return 1;
     }
     if (parsed.badStyle) {
-        std::printf("%s\n", trf(S::badStyle, {joinedStyles(), *parsed.badStyle}).c_str());
+        std::printf("%s\n", trf(S::badStyle, {joinedStyles(), escapeControls(*parsed.badStyle)}).c_str());
         return 2;
     }
     if (parsed.rootGiven) {

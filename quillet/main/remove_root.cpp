@@ -140,7 +140,8 @@ int runRemoveRoot(const std::vector<std::string>& paths) {
         const std::string shownReal = escapeControls(*real);
         Result<TreeRemoval> removed = removeTreeForGood(parentOf(*real), nameOf(*real));
         if (!removed) {
-            std::fprintf(stderr, "%s\n", trf(S::removeRootFailed, {shownPath, escapeControls(removed.error().describe())}).c_str());
+            std::string why = escapeControls(removed.error().describe());
+            std::fprintf(stderr, "%s\n", trf(S::removeRootFailed, {shownPath, why}).c_str());
             note("failed: " + *real + " — " + removed.error().describe());
             status = 1;
             continue;
