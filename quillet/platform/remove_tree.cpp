@@ -3,13 +3,13 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <climits>
-#include <cstdint>
 #include <cstdlib>
 #include <vector>
+
+#include "quillet/platform/entry_identity.hpp"
 
 namespace kelvor {
 
@@ -34,50 +34,13 @@ int openFolderNoFollow(const std::string& path) {
     return fd;
 }
 
-// What an entry is and which mounted file system holds it.
-struct Identity {
-    dev_t device = 0;
-    ino_t inode = 0;
-    std::uint64_t mount = 0;  // the mount's id where the system tells it, else 0
-    bool folder = false;
-    bool mountRoot = false;   // the entry is itself mounted on (a bind mount shares the device)
-};
-
-// The entry `name` in `folder` without following a link; "" names `folder` itself.
-bool identityAt(int folder, const char* name, Identity& out) {
-#ifdef __linux__
-    struct statx info {};
-    int flags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | (name[0] == '\0' ? AT_EMPTY_PATH : 0);
-    if (::statx(folder, name, flags, STATX_TYPE | STATX_INO | STATX_MNT_ID, &info) != 0) return false;
-    out.device = makedev(info.stx_dev_major, info.stx_dev_minor);
-    out.inode = info.stx_ino;
-    out.mount = (info.stx_mask & STATX_MNT_ID) ? info.stx_mnt_id : 0;
-    out.folder = S_ISDIR(info.stx_mode);
-    out.mountRoot = (info.stx_attributes_mask & STATX_ATTR_MOUNT_ROOT) && (info.stx_attributes & STATX_ATTR_MOUNT_ROOT);
-    return true;
-#else
-    struct stat info {};
-    int result = name[0] == '\0' ? ::fstat(folder, &info) : ::fstatat(folder, name, &info, AT_SYMLINK_NOFOLLOW);
-    if (result != 0) return false;
-    out.device = info.st_dev;
-    out.inode = info.st_ino;
-    out.folder = S_ISDIR(info.st_mode);
-    return true;
-#endif
-}
-
-bool sameFileSystem(const Identity& entry, const Identity& reference) {
-    if (entry.mountRoot || entry.device != reference.device) return false;
-    return entry.mount == 0 || reference.mount == 0 || entry.mount == reference.mount;
-}
-
-bool sameEntry(const Identity& a, const Identity& b) { return a.device == b.device && a.inode == b.inode; }
+bool sameEntry(const EntryIdentity& a, const EntryIdentity& b) { return a.device == b.device && a.inode == b.inode; }
 
 // Opens the folder `name` in `parent` only when it is still the entry `expected` was taken from.
-int openExpectedFolder(int parent, const std::string& name, const Identity& expected) {
+int openExpectedFolder(int parent, const std::string& name, const EntryIdentity& expected) {
     int fd = ::openat(parent, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     if (fd < 0) return -1;
-    Identity opened;
+    EntryIdentity opened;
     if (!identityAt(fd, "", opened) || !sameEntry(opened, expected)) {
         ::close(fd);
         errno = ESTALE;
@@ -107,7 +70,7 @@ std::optional<std::vector<std::string>> namesIn(int folder) {
 // One folder on the way down: its name in the folder above, what it was, the names still to do.
 struct Level {
     std::string name;
-    Identity identity;
+    EntryIdentity identity;
     std::vector<std::string> pending;
     bool incomplete = false;  // something below stays, so this folder stays too
 };
@@ -143,13 +106,13 @@ Result<TreeRemoval> removeTreeForGood(const std::string& realParent, const std::
     auto failed = [&](const std::string& shown, int code) {
         if (!outcome.firstFailure) outcome.firstFailure = errnoError(shown, code);
     };
-    Identity reference, entry;
+    EntryIdentity reference, entry;
     if (!identityAt(top, "", reference) || !identityAt(top, name.c_str(), entry)) {
         Error error = errnoError(shownTop);
         ::close(top);
         return error;
     }
-    if (!sameFileSystem(entry, reference)) {
+    if (!onSameMount(entry, reference)) {
         outcome.leftAlone.push_back(shownTop);
         ::close(top);
         return outcome;
@@ -178,7 +141,7 @@ Result<TreeRemoval> removeTreeForGood(const std::string& realParent, const std::
         if (!level.pending.empty()) {
             std::string child = std::move(level.pending.back());
             level.pending.pop_back();
-            Identity found;
+            EntryIdentity found;
             if (!identityAt(current, child.c_str(), found)) {
                 if (errno != ENOENT) {
                     failed(pathOf(realParent, levels, child), errno);
@@ -186,7 +149,7 @@ Result<TreeRemoval> removeTreeForGood(const std::string& realParent, const std::
                 }
                 continue;
             }
-            if (!sameFileSystem(found, reference)) {
+            if (!onSameMount(found, reference)) {
                 outcome.leftAlone.push_back(pathOf(realParent, levels, child));
                 level.incomplete = true;
                 continue;
@@ -218,7 +181,7 @@ Result<TreeRemoval> removeTreeForGood(const std::string& realParent, const std::
         int above = top;
         if (!levels.empty()) {
             above = ::openat(current, "..", O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-            Identity climbed;
+            EntryIdentity climbed;
             if (above < 0 || !identityAt(above, "", climbed) || !sameEntry(climbed, levels.back().identity)) {
                 Error moved = errnoError(pathOf(realParent, levels, ""), above < 0 ? errno : ESTALE);
                 if (above >= 0) ::close(above);
