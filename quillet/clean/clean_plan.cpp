@@ -6,9 +6,11 @@
 
 #include "quillet/i18n/text.hpp"
 #include "quillet/i18n/width.hpp"
+#include "quillet/platform/printable.hpp"
 #include "quillet/rules/hits.hpp"
 #include "quillet/rules/tier.hpp"
 #include "quillet/scan/fmt_bytes.hpp"
+#include "quillet/space/exclusions.hpp"
 
 namespace kelvor {
 
@@ -65,8 +67,8 @@ std::string renderCleanPlan(const std::vector<CleanTarget>& targets, const PlanO
     if (targets.empty()) return out + trf(S::cleanNothing) + "\n";
     for (const CleanTarget& target : targets) {
         out += "  " + padRight(targetLabel(target), 44) + " " + padRight(fmtBytes(target.stat.bytes), 11) + " " +
-               target.path + "\n";
-        if (target.linkedFrom) out += "     ↳ " + trf(S::cleanLinkedFrom, {*target.linkedFrom}) + "\n";
+               escapeControls(target.path) + "\n";
+        if (target.linkedFrom) out += "     ↳ " + trf(S::cleanLinkedFrom, {escapeControls(*target.linkedFrom)}) + "\n";
         if (target.stat.timedOut) out += "     ↳ " + trf(S::cleanTimedOut) + "\n";
     }
     return out;
@@ -82,6 +84,12 @@ int runClean(const Settings& settings) {
         std::printf("%s\n", trf(S::cleanApplyUnavailable).c_str());
         return 2;
     }
+    // The list hides every store while it cannot be read: say so, or "Nothing to clean." misleads,
+    // and end non-zero so a script does not take the empty plan for a clean home.
+    Exclusions& exclusions = Exclusions::shared();
+    const bool listUnreadable = exclusions.unreadable();
+    if (listUnreadable)
+        std::fprintf(stderr, "%s\n", trf(S::excludeUnreadable, {escapeControls(exclusions.file())}).c_str());
     PlanOptions options{settings.cleanTiers, settings.cleanUnverified, settings.cleanOwner};
     ProgressLine progress;
     HitCallbacks callbacks;
@@ -91,7 +99,7 @@ int runClean(const Settings& settings) {
     std::vector<CleanTarget> targets = planFromHits(hits, options);
     std::fputs(renderCleanPlan(targets, options).c_str(), stdout);
     if (!targets.empty()) std::printf("%s\n", trf(S::cleanDryRun).c_str());
-    return 0;
+    return listUnreadable ? 1 : 0;
 }
 
 }  // namespace kelvor

@@ -1,5 +1,6 @@
 #include "quillet/log/log.hpp"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,6 +15,7 @@
 
 #include "quillet/main/version.hpp"
 #include "quillet/platform/home.hpp"
+#include "quillet/platform/printable.hpp"
 #include "quillet/platform/sysinfo.hpp"
 #include "quillet/records/file_bytes.hpp"
 #include "quillet/records/file_lock.hpp"
@@ -24,7 +26,7 @@ namespace {
 
 std::optional<std::uint64_t> fileSize(const std::string& path) {
     struct stat info {};
-    if (::stat(path.c_str(), &info) != 0) return std::nullopt;
+    if (::lstat(path.c_str(), &info) != 0) return std::nullopt;
     return static_cast<std::uint64_t>(info.st_size);
 }
 
@@ -117,9 +119,10 @@ std::string formatLogLine(std::string_view category, std::string_view message) {
                   zoneText == "+00:00" ? "Z" : zoneText.c_str());
     std::string line = stamp;
     line += "  [";
-    line += category;
+    // One event, one line: a name carrying a newline must not forge another.
+    line += escapeControls(category);
     line += "] ";
-    line += message;
+    line += escapeControls(message);
     line += '\n';
     return line;
 }
@@ -153,8 +156,12 @@ std::string header() {
 
 std::string tail(int lines, std::optional<std::uint64_t> maxBytes) {
     if (lines <= 0) return "";
-    std::FILE* file = std::fopen(logPath().c_str(), "rb");
-    if (!file) return "";
+    int fd = ::open(logPath().c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+    std::FILE* file = fd < 0 ? nullptr : ::fdopen(fd, "rb");
+    if (!file) {
+        if (fd >= 0) ::close(fd);
+        return "";
+    }
     std::fseek(file, 0, SEEK_END);
     long size = std::ftell(file);
     long start = 0;

@@ -32,11 +32,13 @@ std::string logPath();
 }  // namespace KelvorLog
 
 // One write done synchronously in `folder`: creates it, rotates "kelvor.log" when it has reached
-// LOG_ROTATE_AT bytes (under the exclusive file lock on "kelvor.log.rotate"), and appends `line`.
-// Failures drop the line silently.
+// LOG_ROTATE_AT bytes (under an exclusive flock on "kelvor.log.rotate"), and appends `line`.
+// The log is never opened through a link and only when it is a regular file of the person
+// running. Failures and refusals drop the line silently.
 void appendLogLine(const std::string& folder, std::string_view line);
 
-// "<ISO 8601 stamp>  [category] message\n".
+// "<ISO 8601 stamp>  [category] message\n", control characters in category and message escaped so
+// one call is always one line.
 std::string formatLogLine(std::string_view category, std::string_view message);
 
 }  // namespace kelvor

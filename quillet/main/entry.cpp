@@ -1,5 +1,9 @@
 #include "quillet/main/entry.hpp"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <cstdio>
 
 #include "quillet/i18n/text.hpp"
@@ -8,6 +12,7 @@
 #include "quillet/main/modes.hpp"
 #include "quillet/main/remove_root.hpp"
 #include "quillet/platform/home.hpp"
+#include "quillet/platform/printable.hpp"
 #include "quillet/platform/sysinfo.hpp"
 
 namespace kelvor {
@@ -23,6 +28,15 @@ std::string joinedStyles() {
 // Start-up housekeeping before a mode: the language; the record pruning joins as its parts land.
 void runHousekeeping(const Settings& settings) { initAppLang(settings.langOverride); }
 
+// Why --root cannot be walked, or none when it names a folder.
+std::optional<std::string> rootRefusal(const std::string& root) {
+    if (root.empty()) return trf(S::rootEmpty);
+    struct stat info {};
+    if (::stat(root.c_str(), &info) != 0) return trf(S::rootMissing, {escapeControls(root)});
+    if (!S_ISDIR(info.st_mode)) return trf(S::rootNotFolder, {escapeControls(root)});
+    return std::nullopt;
+}
+
 }  // namespace
 
 int runKelvor(const std::vector<std::string>& args, const std::string& executablePath) {
@@ -33,7 +47,9 @@ int runKelvor(const std::vector<std::string>& args, const std::string& executabl
     ParsedArguments parsed = parseArguments(args, defaults);
 
     if (parsed.removeRoot) {
-        initAppLang(std::nullopt);
+        // As root the saved preference sits in a home someone else controls (a FIFO there would hang
+        // the run): "system" skips it and takes the language from the locale alone.
+        initAppLang(::geteuid() == 0 ? std::optional<std::string>("system") : std::nullopt);
         int status = runRemoveRoot(parsed.removeRootPaths);
         KelvorLog::drain();
         return status;
@@ -45,13 +61,26 @@ int runKelvor(const std::vector<std::string>& args, const std::string& executabl
     // The refusals of step 1 are sentences too, so the language is known before they print.
     initAppLang(parsed.settings.langOverride);
     if (parsed.badTier) {
-        std::printf("%s\n", trf(S::badTier, {*parsed.badTier}).c_str());
+        std::printf("%s\n", trf(S::badTier, {escapeControls(*parsed.badTier)}).c_str());
         return 1;
     }
     if (parsed.badStyle) {
-        std::printf("%s\n", trf(S::badStyle, {joinedStyles(), *parsed.badStyle}).c_str());
+        std::printf("%s\n", trf(S::badStyle, {joinedStyles(), escapeControls(*parsed.badStyle)}).c_str());
         return 2;
     }
+    if (parsed.rootGiven) {
+        std::optional<std::string> refusal = rootRefusal(parsed.settings.root);
+        if (refusal) {
+            std::printf("%s\n", refusal->c_str());
+            return 1;
+        }
+    }
+    if (parsed.threadsOutOfRange)
+        std::fprintf(stderr, "%s\n",
+                     trf(S::threadsAdjusted, {escapeControls(*parsed.threadsOutOfRange),
+                                              std::to_string(THREADS_PER_PROCESSOR_LIMIT * std::max(1, defaults.processors)),
+                                              std::to_string(parsed.settings.threads)})
+                         .c_str());
     installSettings(parsed.settings);
     const Settings& current = settings();
     const ModeEntry* single = current.modes.size() == 1 ? findMode(current.modes.front()) : nullptr;

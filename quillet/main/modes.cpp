@@ -11,6 +11,7 @@
 #include "quillet/i18n/text.hpp"
 #include "quillet/automation/mcp_install.hpp"
 #include "quillet/main/support_modes.hpp"
+#include "quillet/platform/printable.hpp"
 #include "quillet/scan/harness.hpp"
 #include "quillet/space/exclude_mode.hpp"
 
@@ -20,7 +21,7 @@ namespace {
 
 // Modes whose work is not part of this build say so and exit 2, so scripts can tell.
 int runUnavailable(const Settings& settings) {
-    std::printf("%s\n", trf(S::modeUnavailable, {settings.modes.front()}).c_str());
+    std::printf("%s\n", trf(S::modeUnavailable, {escapeControls(settings.modes.front())}).c_str());
     return 2;
 }
 
@@ -77,7 +78,7 @@ int dispatchModes(const Settings& settings) {
         if (std::find(SCAN_SPEED_MODES.begin(), SCAN_SPEED_MODES.end(), name) != SCAN_SPEED_MODES.end())
             walkers.push_back(name);
         else
-            std::printf("%s\n", trf(S::unknownMode, {name}).c_str());
+            std::printf("%s\n", trf(S::unknownMode, {escapeControls(name)}).c_str());
     }
     if (!walkers.empty()) return runScanSpeed(settings, walkers);
     return 0;

@@ -62,12 +62,20 @@ ParsedArguments parseArguments(const std::vector<std::string>& args, const Setti
         if (word == "--lang") {
             if (auto v = value()) s.langOverride = *v;
         } else if (word == "--root") {
-            if (auto v = value()) s.root = *v;
+            if (auto v = value()) {
+                s.root = *v;
+                parsed.rootGiven = true;
+            }
         } else if (word == "--mode") {
             if (auto v = value()) s.modes = {*v};
         } else if (word == "--threads") {
             if (auto v = value())
-                if (auto n = parseInteger(*v)) s.threads = *n;
+                if (auto n = parseInteger(*v)) {
+                    int most = THREADS_PER_PROCESSOR_LIMIT * std::max(1, defaults.processors);
+                    s.threads = std::clamp(*n, 1, most);
+                    parsed.threadsOutOfRange.reset();
+                    if (s.threads != *n) parsed.threadsOutOfRange = *v;
+                }
         } else if (word == "--out") {
             if (auto v = value()) s.renderPath = *v;
         } else if (word == "--style") {

@@ -51,9 +51,14 @@ struct ParsedArguments {
     Settings settings;
     std::optional<std::string> badTier;   // the value of a rejected --tier
     std::optional<std::string> badStyle;  // the value of a rejected --style
+    bool rootGiven = false;               // "--root" came with a value: it must name a folder
+    std::optional<std::string> threadsOutOfRange;  // a --threads value replaced by the nearest in range
     bool removeRoot = false;              // "--remove-root" was on the line
     std::vector<std::string> removeRootPaths;  // every argument after it
 };
+
+// More workers than this many per processor only add contention; a million would exhaust memory.
+inline constexpr int THREADS_PER_PROCESSOR_LIMIT = 64;
 
 // The argument walk: options in a fixed order of comparison, values consumed only when present,
 // unknown words skipped, later occurrences overwriting earlier ones.

@@ -9,6 +9,8 @@
 #include <cstdlib>
 #include <vector>
 
+#include "quillet/platform/entry_identity.hpp"
+
 namespace kelvor {
 
 namespace {
@@ -32,36 +34,53 @@ int openFolderNoFollow(const std::string& path) {
     return fd;
 }
 
-Result<void> removeEntryAt(int parent, const std::string& name, const std::string& shownPath) {
-    struct stat info {};
-    if (::fstatat(parent, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) return errnoError(shownPath);
-    if (!S_ISDIR(info.st_mode)) {
-        if (::unlinkat(parent, name.c_str(), 0) != 0) return errnoError(shownPath);
-        return {};
-    }
+bool sameEntry(const EntryIdentity& a, const EntryIdentity& b) { return a.device == b.device && a.inode == b.inode; }
+
+// Opens the folder `name` in `parent` only when it is still the entry `expected` was taken from.
+int openExpectedFolder(int parent, const std::string& name, const EntryIdentity& expected) {
     int fd = ::openat(parent, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-    if (fd < 0) return errnoError(shownPath);
-    DIR* dir = ::fdopendir(fd);
-    if (!dir) {
-        int saved = errno;
+    if (fd < 0) return -1;
+    EntryIdentity opened;
+    if (!identityAt(fd, "", opened) || !sameEntry(opened, expected)) {
         ::close(fd);
-        return errnoError(shownPath, saved);
+        errno = ESTALE;
+        return -1;
     }
-    // Names first, then removal: removing while reading may skip entries.
-    std::vector<std::string> children;
+    return fd;
+}
+
+// The names in an open folder; the folder's own descriptor stays open and positioned as it was.
+std::optional<std::vector<std::string>> namesIn(int folder) {
+    int copy = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (copy < 0) return std::nullopt;
+    DIR* dir = ::fdopendir(copy);
+    if (!dir) {
+        ::close(copy);
+        return std::nullopt;
+    }
+    std::vector<std::string> names;
     while (dirent* entry = ::readdir(dir)) {
         std::string child = entry->d_name;
-        if (child != "." && child != "..") children.push_back(std::move(child));
-    }
-    Result<void> outcome;
-    for (const std::string& child : children) {
-        Result<void> removed = removeEntryAt(::dirfd(dir), child, shownPath + "/" + child);
-        if (!removed && outcome) outcome = removed;
+        if (child != "." && child != "..") names.push_back(std::move(child));
     }
     ::closedir(dir);
-    if (!outcome) return outcome;
-    if (::unlinkat(parent, name.c_str(), AT_REMOVEDIR) != 0) return errnoError(shownPath);
-    return {};
+    return names;
+}
+
+// One folder on the way down: its name in the folder above, what it was, the names still to do.
+struct Level {
+    std::string name;
+    EntryIdentity identity;
+    std::vector<std::string> pending;
+    bool incomplete = false;  // something below stays, so this folder stays too
+};
+
+// The path of a name below the deepest level, spelled out only when something is said about it:
+// keeping every level's whole path would cost the square of the depth.
+std::string pathOf(const std::string& realParent, const std::vector<Level>& levels, const std::string& child) {
+    std::string path = realParent == "/" ? "" : realParent;
+    for (const Level& level : levels) path += "/" + level.name;
+    return child.empty() ? path : path + "/" + child;
 }
 
 }  // namespace
@@ -79,11 +98,106 @@ Result<std::string> realPathOfEntry(const std::string& path) {
     return real == "/" ? "/" + name : real + "/" + name;
 }
 
-Result<void> removeTreeForGood(const std::string& realParent, const std::string& name) {
-    int parent = openFolderNoFollow(realParent);
-    if (parent < 0) return errnoError(realParent);
-    Result<void> outcome = removeEntryAt(parent, name, realParent + "/" + name);
-    ::close(parent);
+Result<TreeRemoval> removeTreeForGood(const std::string& realParent, const std::string& name) {
+    std::string shownTop = (realParent == "/" ? "" : realParent) + "/" + name;
+    int top = openFolderNoFollow(realParent);
+    if (top < 0) return errnoError(realParent);
+    TreeRemoval outcome;
+    auto failed = [&](const std::string& shown, int code) {
+        if (!outcome.firstFailure) outcome.firstFailure = errnoError(shown, code);
+    };
+    EntryIdentity reference, entry;
+    if (!identityAt(top, "", reference) || !identityAt(top, name.c_str(), entry)) {
+        Error error = errnoError(shownTop);
+        ::close(top);
+        return error;
+    }
+    if (!onSameMount(entry, reference)) {
+        outcome.leftAlone.push_back(shownTop);
+        ::close(top);
+        return outcome;
+    }
+    if (!entry.folder) {
+        if (::unlinkat(top, name.c_str(), 0) == 0) outcome.gone = true;
+        else failed(shownTop, errno);
+        ::close(top);
+        return outcome;
+    }
+
+    // Depth first without recursion: one descriptor for the folder being emptied (plus `top` and
+    // a moment's listing copy), so neither the stack nor the open-file limit bounds the depth.
+    int current = openExpectedFolder(top, name, entry);
+    std::optional<std::vector<std::string>> names = current < 0 ? std::nullopt : namesIn(current);
+    if (!names) {
+        Error error = errnoError(shownTop);
+        if (current >= 0) ::close(current);
+        ::close(top);
+        return error;
+    }
+    std::vector<Level> levels;
+    levels.push_back({name, entry, std::move(*names)});
+    while (!levels.empty()) {
+        Level& level = levels.back();
+        if (!level.pending.empty()) {
+            std::string child = std::move(level.pending.back());
+            level.pending.pop_back();
+            EntryIdentity found;
+            if (!identityAt(current, child.c_str(), found)) {
+                if (errno != ENOENT) {
+                    failed(pathOf(realParent, levels, child), errno);
+                    level.incomplete = true;
+                }
+                continue;
+            }
+            if (!onSameMount(found, reference)) {
+                outcome.leftAlone.push_back(pathOf(realParent, levels, child));
+                level.incomplete = true;
+                continue;
+            }
+            if (!found.folder) {
+                if (::unlinkat(current, child.c_str(), 0) != 0 && errno != ENOENT) {
+                    failed(pathOf(realParent, levels, child), errno);
+                    level.incomplete = true;
+                }
+                continue;
+            }
+            int below = openExpectedFolder(current, child, found);
+            std::optional<std::vector<std::string>> childNames = below < 0 ? std::nullopt : namesIn(below);
+            if (!childNames) {
+                failed(pathOf(realParent, levels, child), errno);
+                level.incomplete = true;
+                if (below >= 0) ::close(below);
+                continue;
+            }
+            ::close(current);
+            current = below;
+            levels.push_back({std::move(child), found, std::move(*childNames)});
+            continue;
+        }
+
+        // This folder is done: climb back to the one above, which must be the one we came from.
+        Level done = std::move(levels.back());
+        levels.pop_back();
+        int above = top;
+        if (!levels.empty()) {
+            above = ::openat(current, "..", O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+            EntryIdentity climbed;
+            if (above < 0 || !identityAt(above, "", climbed) || !sameEntry(climbed, levels.back().identity)) {
+                Error moved = errnoError(pathOf(realParent, levels, ""), above < 0 ? errno : ESTALE);
+                if (above >= 0) ::close(above);
+                ::close(current);
+                ::close(top);
+                return moved;
+            }
+        }
+        ::close(current);
+        current = above;
+        bool removed = !done.incomplete && ::unlinkat(above, done.name.c_str(), AT_REMOVEDIR) == 0;
+        if (!done.incomplete && !removed) failed(pathOf(realParent, levels, done.name), errno);
+        if (levels.empty()) outcome.gone = removed;
+        else if (!removed) levels.back().incomplete = true;
+    }
+    ::close(top);
     return outcome;
 }
 

@@ -1,6 +1,9 @@
 #pragma once
-// Deleting for good, for the one entry that is allowed to: never through a symbolic link.
+// Deleting for good, for the one entry that is allowed to: never through a symbolic link, never
+// across a file-system boundary, at any depth with a fixed number of open descriptors.
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "quillet/platform/result.hpp"
 
@@ -11,9 +14,17 @@ namespace kelvor {
 // last name is "", "." or "..".
 Result<std::string> realPathOfEntry(const std::string& path);
 
+struct TreeRemoval {
+    bool gone = false;                    // the entry itself no longer exists
+    std::vector<std::string> leftAlone;   // entries on another file system, kept with what holds them
+    std::optional<Error> firstFailure;    // the first entry that could not be removed
+};
+
 // Deletes the entry `name` inside the folder `realParent` (a path without symbolic links) and,
-// for a folder, everything below it. Every folder on the way is opened without following links,
-// so a link met anywhere is removed as a link and its target is never touched.
-Result<void> removeTreeForGood(const std::string& realParent, const std::string& name);
+// for a folder, everything below it. Every folder is opened without following links, so a link
+// met anywhere is removed as a link and its target is never touched. Anything on another file
+// system than `realParent` (a mount point, a bind mount) is left alone with its contents. An
+// error only when the walk could not start or the tree was moved while it was being removed.
+Result<TreeRemoval> removeTreeForGood(const std::string& realParent, const std::string& name);
 
 }  // namespace kelvor

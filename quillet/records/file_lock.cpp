@@ -6,11 +6,14 @@
 
 #include <utility>
 
+#include "quillet/records/file_bytes.hpp"
+
 namespace kelvor {
 
 Result<FileLock> FileLock::acquire(const std::string& path, LockWait wait, unsigned mode) {
-    int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, static_cast<mode_t>(mode));
-    if (descriptor < 0) return errnoError("open " + path);
+    Result<int> opened = openOwnFile(path, O_RDWR, mode);
+    if (!opened) return opened.error();
+    int descriptor = opened.value();
     int operation = LOCK_EX | (wait == LockWait::dontWait ? LOCK_NB : 0);
     while (::flock(descriptor, operation) != 0) {
         if (errno == EINTR) continue;

@@ -60,8 +60,9 @@ std::string joinJsonLines(const JsonLines& lines) {
 Result<void> appendJsonLineLocked(const std::string& path, const nlohmann::json& value) {
     Result<std::string> encoded = encodeJson(value, -1);
     if (!encoded) return Error{0, "append to " + path + ": " + encoded.error().context};
-    int descriptor = ::open(path.c_str(), O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
-    if (descriptor < 0) return errnoError("open " + path + " to append");
+    Result<int> opened = openOwnFile(path, O_RDWR | O_APPEND, 0600);
+    if (!opened) return opened.error();
+    int descriptor = opened.value();
     std::string bytes = std::move(*encoded);
     struct stat info {};
     char last = '\n';

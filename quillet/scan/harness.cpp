@@ -6,6 +6,7 @@
 
 #include "quillet/i18n/text.hpp"
 #include "quillet/log/log.hpp"
+#include "quillet/platform/printable.hpp"
 #include "quillet/scan/agg.hpp"
 #include "quillet/scan/buckets.hpp"
 #include "quillet/scan/file_manager.hpp"
@@ -59,7 +60,7 @@ void runWalker(const std::string& mode, const Settings& settings, int threads, c
 int runScanSpeed(const Settings& settings, const std::vector<std::string>& walkers) {
     const int threads = std::max(1, settings.threads);
     const Buckets buckets = makeBuckets(settings.root);
-    printLine(trf(S::scanRootLine, {settings.root}));
+    printLine(trf(S::scanRootLine, {escapeControls(settings.root)}));
     printLine(trf(S::scanThreadsLine, {std::to_string(threads)}));
     printLine(trf(S::scanModesLine, {joined(walkers)}));
     printLine(trf(S::scanBucketsLine, {std::to_string(buckets.names.size())}));

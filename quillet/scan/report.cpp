@@ -7,6 +7,7 @@
 
 #include "quillet/i18n/text.hpp"
 #include "quillet/i18n/width.hpp"
+#include "quillet/platform/printable.hpp"
 #include "quillet/scan/fmt_bytes.hpp"
 
 namespace kelvor {
@@ -38,7 +39,7 @@ std::string leaderColumn(const AggState& agg, const std::vector<std::uint64_t>& 
     if (top.empty()) return "";
     std::size_t index = *top.begin();
     if (totals[index] == 0 || index >= agg.bucketNames.size()) return "";
-    return trf(S::scanReportLeader, {agg.bucketNames[index], fmtBytes(totals[index])});
+    return trf(S::scanReportLeader, {escapeControls(agg.bucketNames[index]), fmtBytes(totals[index])});
 }
 
 void appendProgress(std::string& out, const AggState& agg, const std::vector<Snapshot>& snapshots) {
@@ -68,7 +69,7 @@ void appendTopBuckets(std::string& out, const AggState& agg, std::uint64_t rootF
     out += trf(S::scanReportTopTitle) + "\n";
     std::vector<std::pair<std::string, std::uint64_t>> rows;
     for (std::size_t i = 0; i < agg.totals.size() && i < agg.bucketNames.size(); ++i)
-        if (agg.totals[i] > 0) rows.emplace_back(agg.bucketNames[i], agg.totals[i]);
+        if (agg.totals[i] > 0) rows.emplace_back(escapeControls(agg.bucketNames[i]), agg.totals[i]);
     if (rootFileBytes > 0) rows.emplace_back(trf(S::scanFilesAtRoot), rootFileBytes);
     std::stable_sort(rows.begin(), rows.end(), [](const auto& a, const auto& b) { return a.second > b.second; });
     if (rows.size() > TOP_BUCKET_ROWS) rows.resize(TOP_BUCKET_ROWS);

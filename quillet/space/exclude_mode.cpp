@@ -6,6 +6,7 @@
 #include <string>
 
 #include "quillet/i18n/text.hpp"
+#include "quillet/platform/printable.hpp"
 #include "quillet/space/exclusions.hpp"
 #include "quillet/space/path_case.hpp"
 
@@ -29,7 +30,7 @@ int listExclusions(Exclusions& exclusions) {
         return 0;
     }
     say(trf(S::excludeListHeader, {std::to_string(entries.size())}));
-    for (const std::string& entry : entries) say("  " + entry + (goneFromDisk(entry) ? trf(S::excludeGone) : ""));
+    for (const std::string& entry : entries) say("  " + escapeControls(entry) + (goneFromDisk(entry) ? trf(S::excludeGone) : ""));
     say(trf(S::excludeRemoveHint));
     return 0;
 }
@@ -37,7 +38,7 @@ int listExclusions(Exclusions& exclusions) {
 int addExclusion(Exclusions& exclusions, const std::string& path) {
     std::error_code failed;
     if (!std::filesystem::exists(path, failed)) {
-        complain(trf(S::excludeNoSuchPath) + ": " + path);
+        complain(trf(S::excludeNoSuchPath) + ": " + escapeControls(path));
         return 1;
     }
     // The reason is in the log; the person is told the fact in the words the mode always used.
@@ -45,7 +46,7 @@ int addExclusion(Exclusions& exclusions, const std::string& path) {
         complain(trf(S::excludeSaveFailed));
         return 1;
     }
-    say(trf(S::excludeAdded) + " " + path);
+    say(trf(S::excludeAdded) + " " + escapeControls(path));
     return 0;
 }
 
@@ -55,14 +56,14 @@ int removeExclusion(Exclusions& exclusions, const std::string& path) {
     bool listed = std::any_of(entries.begin(), entries.end(),
                               [&](const std::string& entry) { return foldPathCase(entry) == folded; });
     if (!listed) {
-        say(trf(S::excludeNotListed) + " " + path);
+        say(trf(S::excludeNotListed) + " " + escapeControls(path));
         return 0;
     }
     if (!exclusions.remove(path)) {
         complain(trf(S::excludeSaveFailed));
         return 1;
     }
-    say(trf(S::excludeRemoved) + " " + path);
+    say(trf(S::excludeRemoved) + " " + escapeControls(path));
     return 0;
 }
 
@@ -72,10 +73,15 @@ int runExclude(const Settings& settings) {
     Exclusions& exclusions = Exclusions::shared();
     // An unreadable list hides every path; listing it as empty would say the opposite.
     if (exclusions.unreadable()) {
-        complain(trf(S::excludeUnreadable, {exclusions.file()}));
+        complain(trf(S::excludeUnreadable, {escapeControls(exclusions.file())}));
         return 1;
     }
     if (!settings.explicitPath) return listExclusions(exclusions);
+    // An empty path would be read as the current folder and exclude it.
+    if (settings.explicitPath->empty()) {
+        complain(trf(S::excludeEmptyPath));
+        return 1;
+    }
     std::string path = canonExclusion(*settings.explicitPath);
     if (settings.cleanForce) return removeExclusion(exclusions, path);
     return addExclusion(exclusions, path);

@@ -50,6 +50,16 @@ TEST(CleanPlan, LinesCarryLabelSizeAndPathInColumns) {
               "Clean plan — targets: (including safety-unverified)\nNothing to clean.\n");
 }
 
+TEST(CleanPlan, PathsPrintWithTheirControlCharactersEscaped) {
+    Hit hit = hitOf("Ollama", Tier::redownload, true, "/m/\x1b]0;owned\x07\rfake", 1);
+    hit.linkedFrom = "/home/ada/link\n";
+    std::string plan = renderCleanPlan(planFromHits({hit}, {}), {});
+    EXPECT_EQ(plan.find('\x1b'), std::string::npos) << plan;
+    EXPECT_EQ(plan.find('\r'), std::string::npos) << plan;
+    EXPECT_NE(plan.find(" /m/\\x1b]0;owned\\x07\\rfake\n"), std::string::npos) << plan;
+    EXPECT_NE(plan.find("/home/ada/link\\n"), std::string::npos) << plan;
+}
+
 TEST(CleanPlan, CommandLineListsTheStoresOfTheHomeFolderAndMovesNothing) {
     TempHome home;
     writeFile(home / ".cache/huggingface/hub/models--tiny/snapshots/a/model.safetensors", std::string(70000, 'w'));
@@ -89,6 +99,16 @@ TEST(CleanPlan, AnEmptyHomeHasNothingToClean) {
     auto run = testing::runKelvorBinary({"--mode", "clean"}, {"LANG=C", "LANGUAGE=", "SHELL=/nonexistent"});
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.out, "Clean plan — targets: (verified only)\nNothing to clean.\n");
+}
+
+TEST(CleanPlan, AnUnreadableExclusionListIsSaidAndEndsNonZero) {
+    TempHome home;
+    writeFile(home / ".kelvor/excluded.json", "[not json");
+    auto run = testing::runKelvorBinary({"--mode", "clean"}, {"LANG=C", "LANGUAGE=", "SHELL=/nonexistent"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.err.find("the exclusion list " + (home / ".kelvor/excluded.json") + " exists but could not be read"),
+              std::string::npos)
+        << run.err;
 }
 
 }  // namespace

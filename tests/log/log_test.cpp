@@ -2,6 +2,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <regex>
 #include <sstream>
@@ -21,6 +22,42 @@ TEST(Log, LineHasStampCategoryAndMessage) {
     std::string line = formatLogLine("scan", "claimed once: 2");
     std::regex shape(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}(Z|[+-]\d\d:\d\d)  \[scan\] claimed once: 2\n)");
     EXPECT_TRUE(std::regex_match(line, shape)) << line;
+}
+
+TEST(Log, AMessageWithControlCharactersIsOneEscapedLine) {
+    std::string line = formatLogLine("remove-root", "deleted for good: /t/x\n2026-01-01T00:00:00Z  [fake] line\r\x1b[2J");
+    EXPECT_EQ(std::count(line.begin(), line.end(), '\n'), 1) << line;
+    EXPECT_EQ(line.find('\r'), std::string::npos);
+    EXPECT_EQ(line.find('\x1b'), std::string::npos);
+    EXPECT_NE(line.find("/t/x\\n2026-01-01T00:00:00Z  [fake] line\\r\\x1b[2J\n"), std::string::npos) << line;
+}
+
+TEST(Log, NeverWritesThroughALinkOrIntoAnotherPersonsFile) {
+    TempHome home;
+    std::string folder = home / "data";
+    fs::create_directories(folder);
+    fs::create_symlink(home / "created-by-the-link", folder + "/kelvor.log");
+    appendLogLine(folder, "line\n");
+    EXPECT_FALSE(fs::exists(home / "created-by-the-link")) << "a dangling link must not create its target";
+    writeFile(home / "existing", "untouched");
+    fs::remove(folder + "/kelvor.log");
+    fs::create_symlink(home / "existing", folder + "/kelvor.log");
+    appendLogLine(folder, "line\n");
+    EXPECT_EQ(readFile(home / "existing"), "untouched");
+    EXPECT_TRUE(fs::is_symlink(folder + "/kelvor.log"));
+
+    fs::remove(folder + "/kelvor.log");
+    fs::create_directory(folder + "/kelvor.log");
+    appendLogLine(folder, "line\n");
+    EXPECT_TRUE(fs::is_directory(folder + "/kelvor.log")) << "anything but a regular file is refused";
+
+    if (::geteuid() == 0) {
+        fs::remove(folder + "/kelvor.log");
+        writeFile(folder + "/kelvor.log", "theirs\n");
+        ASSERT_EQ(::chown((folder + "/kelvor.log").c_str(), 65534, 65534), 0);
+        appendLogLine(folder, "line\n");
+        EXPECT_EQ(readFile(folder + "/kelvor.log"), "theirs\n") << "root does not append to someone else's file";
+    }
 }
 
 TEST(Log, RotatesOnlyPastOneMebibyte) {
@@ -102,6 +139,10 @@ TEST(Log, TailReturnsTheLastLinesWithinTheByteLimit) {
     EXPECT_EQ(KelvorLog::tail(10, 8), "ee\nfour\n");
     writeFile(home / ".kelvor/kelvor.log", "가나다\n");
     EXPECT_EQ(KelvorLog::tail(1, 5), "다\n") << "a cut character is dropped, not garbled";
+    fs::remove(home / ".kelvor/kelvor.log");
+    writeFile(home / "elsewhere", "secret\n");
+    fs::create_symlink(home / "elsewhere", home / ".kelvor/kelvor.log");
+    EXPECT_EQ(KelvorLog::tail(1), "") << "the log is not read through a link";
 }
 
 TEST(Log, HeaderNamesVersionSystemAndCores) {

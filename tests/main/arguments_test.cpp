@@ -100,6 +100,26 @@ TEST(Arguments, BadTierAndStyleAreReportedAfterTheWalk) {
     EXPECT_EQ(parse({"--style", "pie"}).settings.style, "treemap");
 }
 
+TEST(Arguments, ThreadsStayBetweenOneAndSixtyFourPerProcessor) {
+    ParsedArguments huge = parse({"--threads", "1000000"});
+    EXPECT_EQ(huge.settings.threads, 8 * THREADS_PER_PROCESSOR_LIMIT);
+    EXPECT_EQ(huge.threadsOutOfRange, "1000000");
+    EXPECT_EQ(parse({"--threads", "0"}).settings.threads, 1);
+    EXPECT_EQ(parse({"--threads", "-4"}).threadsOutOfRange, "-4");
+    ParsedArguments most = parse({"--threads", std::to_string(8 * THREADS_PER_PROCESSOR_LIMIT)});
+    EXPECT_EQ(most.settings.threads, 8 * THREADS_PER_PROCESSOR_LIMIT);
+    EXPECT_FALSE(most.threadsOutOfRange);
+    EXPECT_FALSE(parse({"--threads", "0", "--threads", "2"}).threadsOutOfRange) << "the later value stands";
+}
+
+TEST(Arguments, AGivenRootIsMarkedForChecking) {
+    EXPECT_FALSE(parse({}).rootGiven);
+    EXPECT_FALSE(parse({"--root"}).rootGiven) << "no value, nothing given";
+    ParsedArguments empty = parse({"--root", ""});
+    EXPECT_TRUE(empty.rootGiven);
+    EXPECT_EQ(empty.settings.root, "");
+}
+
 TEST(Arguments, RemoveRootTakesEveryLaterArgumentAsAPath) {
     ParsedArguments parsed = parse({"--mode", "clean", "--remove-root", "/a", "--help", "/b"});
     EXPECT_TRUE(parsed.removeRoot);

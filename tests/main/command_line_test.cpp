@@ -31,6 +31,34 @@ TEST(CommandLine, BadTierAndStyleExitWithTheirStatus) {
     EXPECT_EQ(style.out, "✗ --style takes one of treemap, bars, icicle, sunburst, all — not x\n");
 }
 
+TEST(CommandLine, ARootThatIsNoFolderIsRefusedWithASentence) {
+    TempHome home;
+    testing::writeFile(home / "file.txt", "x");
+    const std::vector<std::string> english = {"LANG=C", "LANGUAGE="};
+    auto missing = runKelvorBinary({"--mode", "fm", "--root", home / "nowhere"}, english);
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_EQ(missing.out, "✗ --root " + (home / "nowhere") + ": no such folder\n");
+    auto file = runKelvorBinary({"--mode", "fm", "--root", home / "file.txt"}, english);
+    EXPECT_EQ(file.status, 1);
+    EXPECT_EQ(file.out, "✗ --root " + (home / "file.txt") + " is not a folder\n");
+    auto empty = runKelvorBinary({"--mode", "fm", "--root", ""}, english);
+    EXPECT_EQ(empty.status, 1);
+    EXPECT_EQ(empty.out, "✗ --root needs a folder — it was given an empty value\n");
+    auto forged = runKelvorBinary({"--root", "/x\n2026-01-01T00:00:00Z  [scan] fake"}, english);
+    EXPECT_EQ(forged.out, "✗ --root /x\\n2026-01-01T00:00:00Z  [scan] fake: no such folder\n");
+    auto german = runKelvorBinary({"--root", home / "nowhere", "--lang", "de"});
+    EXPECT_EQ(german.out, "✗ --root " + (home / "nowhere") + ": kein solcher Ordner\n");
+}
+
+TEST(CommandLine, TooManyThreadsAreCappedAndSaid) {
+    TempHome home;
+    std::filesystem::create_directories(home / "tree/a");
+    auto run = runKelvorBinary({"--mode", "fm", "--root", home / "tree", "--threads", "1000000"}, {"LANG=C", "LANGUAGE="});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_NE(run.err.find("--threads 1000000 is outside 1 to "), std::string::npos) << run.err;
+    EXPECT_EQ(run.out.find("1000000"), std::string::npos) << "the scan runs with the capped count: " << run.out;
+}
+
 TEST(CommandLine, UnknownModeIsReportedAndExitsZero) {
     TempHome home;
     auto run = runKelvorBinary({"--mode", "nosuch"}, {"LANG=C", "LANGUAGE=", "LC_ALL="});

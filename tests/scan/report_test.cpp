@@ -94,6 +94,20 @@ TEST(Report, EveryLineInItsFormat) {
     EXPECT_EQ(report("par", agg, 0.2, 500), expected);
 }
 
+TEST(Report, BucketNamesPrintWithTheirControlCharactersEscaped) {
+    forceAppLang(AppLang::en);
+    AggState agg;
+    agg.bucketNames = {"\x1b]0;retitled\x07", "ok\rforged  99. line"};
+    agg.totals = {2000, 1000};
+    agg.snapshots = {{0.1, {2000, 1000}}};
+    std::string text = report("par", agg, 0.1, 0);
+    EXPECT_EQ(text.find('\x1b'), std::string::npos) << text;
+    EXPECT_EQ(text.find('\r'), std::string::npos) << text;
+    EXPECT_NE(text.find("    1. \\x1b]0;retitled\\x07"), std::string::npos) << text;
+    EXPECT_NE(text.find("    2. ok\\rforged  99. line"), std::string::npos) << text;
+    EXPECT_NE(text.find("largest so far: \\x1b]0;retitled\\x07 (2.0 KB)"), std::string::npos) << text;
+}
+
 TEST(Report, AnEmptyTreeDividesByTheFlooredWallTime) {
     forceAppLang(AppLang::en);
     AggState agg;

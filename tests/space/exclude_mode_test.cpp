@@ -63,6 +63,24 @@ TEST(ExcludeMode, APathThatDoesNotExistIsRefused) {
     EXPECT_FALSE(fs::exists(home / ".kelvor/excluded.json"));
 }
 
+TEST(ExcludeMode, AnEmptyPathIsRefusedNotReadAsTheCurrentFolder) {
+    TempHome home;
+    auto run = exclude({"--path", ""});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.err.find("--path is empty"), std::string::npos) << run.err;
+    EXPECT_FALSE(fs::exists(home / ".kelvor/excluded.json"));
+}
+
+TEST(ExcludeMode, NamesAreListedWithTheirControlCharactersEscaped) {
+    TempHome home;
+    std::string odd = home / "odd\nname\x1b[31m";
+    fs::create_directories(odd);
+    ASSERT_EQ(exclude({"--path", odd}).status, 0);
+    auto listed = exclude({});
+    EXPECT_EQ(listed.out.find('\x1b'), std::string::npos) << listed.out;
+    EXPECT_NE(listed.out.find("odd\\nname\\x1b[31m"), std::string::npos) << listed.out;
+}
+
 TEST(ExcludeMode, FailuresExitOne) {
     TempHome home;
     fs::create_directories(home / "Models");
