@@ -5,6 +5,7 @@
 #include "quillet/i18n/text.hpp"
 #include "quillet/log/log.hpp"
 #include "quillet/platform/home.hpp"
+#include "quillet/platform/path_inside.hpp"
 #include "quillet/platform/remove_tree.hpp"
 #include "quillet/platform/trash.hpp"
 
@@ -35,7 +36,7 @@ std::string joinedPrefix(const std::vector<std::string>& parts, size_t count) {
 }
 
 bool below(const std::string& path, const std::string& folder) {
-    return path.size() > folder.size() + 1 && path.starts_with(folder + "/");
+    return path != folder && pathInside(path, folder);
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <charconv>
 
+#include "quillet/platform/home.hpp"
+
 namespace kelvor {
 
 namespace {
@@ -62,7 +64,7 @@ ParsedArguments parseArguments(const std::vector<std::string>& args, const Setti
         if (word == "--lang") {
             if (auto v = value()) s.langOverride = *v;
         } else if (word == "--root") {
-            if (auto v = value()) s.root = *v;
+            if (auto v = value()) s.root = expandTilde(*v);
         } else if (word == "--mode") {
             if (auto v = value()) s.modes = {*v};
         } else if (word == "--threads") {

@@ -12,6 +12,7 @@
 #include "quillet/platform/atomic_write.hpp"
 #include "quillet/platform/file_stat.hpp"
 #include "quillet/platform/home.hpp"
+#include "quillet/platform/path_inside.hpp"
 #include "quillet/space/path_case.hpp"
 
 namespace kelvor {
@@ -101,12 +102,6 @@ std::string resolveExclusionLinks(const std::string& canonical) {
     return normalised(resolved.string());
 }
 
-bool pathWithin(std::string_view path, std::string_view folder) {
-    if (path == folder) return true;
-    if (folder == "/") return path.starts_with('/');
-    return path.size() > folder.size() && path.starts_with(folder) && path[folder.size()] == '/';
-}
-
 std::string exclusionRefusal() { return trf(S::exclusionRefusal); }
 
 Exclusions::Exclusions(std::string file) : file_(std::move(file)) {}
@@ -190,14 +185,26 @@ bool Exclusions::covers(std::string_view path) {
     std::string canonical = canonExclusion(path);
     std::string folded = foldPathCase(canonical);
     for (const std::string& entry : match->folded)
-        if (pathWithin(folded, entry)) return true;
+        if (pathInside(folded, entry)) return true;
     // Resolved forms are compared when resolution changed either side: a link into an excluded
     // folder, or an entry written through a link met by a path that is already resolved.
     std::string resolved = foldPathCase(resolveExclusionLinks(canonical));
     if (resolved == folded && !match->resolutionChangesEntries) return false;
     for (const std::string& entry : match->resolved)
-        if (pathWithin(resolved, entry)) return true;
+        if (pathInside(resolved, entry)) return true;
     return false;
+}
+
+std::vector<std::string> Exclusions::inside(std::string_view folder) {
+    std::vector<std::string> found;
+    std::string resolvedFolder = resolveExclusionLinks(canonExclusion(folder));
+    std::string foldedFolder = foldPathCase(resolvedFolder);
+    for (const std::string& entry : all()) {
+        std::string resolved = resolveExclusionLinks(entry);
+        std::string folded = foldPathCase(resolved);
+        if (folded != foldedFolder && pathInside(folded, foldedFolder)) found.push_back(resolved);
+    }
+    return found;
 }
 
 Result<void> Exclusions::holdFileLockLocked(LockWait wait) {
@@ -261,7 +268,7 @@ bool Exclusions::add(std::string_view path) {
     std::lock_guard guard(lock_);
     return editLocked("added " + added, [&](std::set<std::string>& entries) {
         // The new entry covers everything inside it, and one path is one entry whatever its case.
-        std::erase_if(entries, [&](const std::string& entry) { return pathWithin(foldPathCase(entry), folded); });
+        std::erase_if(entries, [&](const std::string& entry) { return pathInside(foldPathCase(entry), folded); });
         entries.insert(added);
     });
 }

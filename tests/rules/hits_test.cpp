@@ -29,7 +29,7 @@ Rule folderRule(std::string owner, std::string component, std::string sub, bool 
 }
 
 Hit hitOf(const std::string& path, std::uint64_t bytes, std::uint64_t shared = 0) {
-    Hit hit{folderRule("Tool", "모델", ""), {}, std::nullopt, path, std::nullopt};
+    Hit hit{folderRule("Tool", "모델", ""), {}, std::nullopt, path, std::nullopt, {}};
     hit.stat.bytes = bytes;
     hit.stat.shared = shared;
     return hit;
