@@ -50,6 +50,22 @@ TEST(CleanPlan, LinesCarryLabelSizeAndPathInColumns) {
               "Clean plan — targets: (including safety-unverified)\nNothing to clean.\n");
 }
 
+TEST(CleanPlan, AChosenFolderNamesTheCatalogItemsItWouldSwallow) {
+    std::vector<Hit> hits = {hitOf("Pinokio", Tier::regenerate, true, "/p/cache", 10),
+                             hitOf("HuggingFace", Tier::redownload, false, "/p/cache/hf", 20),
+                             hitOf("Torch", Tier::review, true, "/p/cache/torch", 5),
+                             hitOf("Other", Tier::regenerate, true, "/p/cache-old", 5)};
+    std::vector<CleanTarget> plan = planFromHits(hits, {});
+    ASSERT_EQ(plan.size(), 2u);
+    EXPECT_EQ(plan[0].swallowed, (std::vector<std::string>{"/p/cache/hf", "/p/cache/torch"}));
+    EXPECT_TRUE(plan[1].swallowed.empty()) << "a sibling with a longer name is not inside";
+    EXPECT_NE(renderCleanPlan(plan, {}).find("2 other catalog item(s) live inside this folder and are not part of this "
+                                             "run — /p/cache/hf, /p/cache/torch"),
+              std::string::npos);
+    plan = planFromHits(hits, {{Tier::redownload, Tier::regenerate}, true, std::nullopt});
+    EXPECT_EQ(plan[0].swallowed, std::vector<std::string>{"/p/cache/torch"}) << "an item in the run is not swallowed";
+}
+
 TEST(CleanPlan, CommandLineListsTheStoresOfTheHomeFolderAndMovesNothing) {
     TempHome home;
     writeFile(home / ".cache/huggingface/hub/models--tiny/snapshots/a/model.safetensors", std::string(70000, 'w'));
