@@ -27,9 +27,14 @@ std::string expandedValue(const std::string& value, std::string_view home) {
 LoginEnvironment readRealLoginEnvironment() {
     std::string shell = environment("SHELL");
     if (shell.empty()) return {};
-    std::map<std::string, std::string> everything = readLoginShellEnvironment(shell, LOGIN_SHELL_TIME_LIMIT);
+    LoginShellRead read = readLoginShellEnvironment(shell, LOGIN_SHELL_TIME_LIMIT);
+    if (read.failure) {
+        KelvorLog::write("rules", "login shell " + shell + ": not read — " + loginReadFailureReason(*read.failure) +
+                                      "; only the process environment counts");
+        return {};
+    }
     LoginEnvironment relocations;
-    for (auto& [name, value] : everything)
+    for (auto& [name, value] : read.environment)
         if (isRelocationVar(name) && !value.empty()) relocations.emplace(name, std::move(value));
     KelvorLog::write("rules", "login shell " + shell + ": " + std::to_string(relocations.size()) +
                                   " relocation variable(s)");
