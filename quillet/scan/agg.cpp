@@ -28,7 +28,7 @@ void Agg::flush(WorkerTally& local) {
 
 bool Agg::claimLinkedFile(const LinkSighting& sighting) {
     std::lock_guard guard(lock_);
-    auto [seen, first] = seenInodes_.try_emplace(sighting.fileID, SeenFile{sighting.allocSize, sighting.linkCount, 0});
+    auto [seen, first] = seenInodes_.try_emplace(FileKey{sighting.device, sighting.fileID}, SeenFile{sighting.allocSize, sighting.linkCount, 0});
     ++seen->second.sightings;
     if (!first) ++hardlinkDupes_;
     return first;
@@ -47,7 +47,7 @@ AggState Agg::state() const {
 std::uint64_t Agg::bytesLinkedOutside() const {
     std::lock_guard guard(lock_);
     std::uint64_t bytes = 0;
-    for (const auto& [fileID, seen] : seenInodes_)
+    for (const auto& [key, seen] : seenInodes_)
         if (seen.sightings < seen.linkCount) bytes += seen.allocSize;
     return bytes;
 }

@@ -34,6 +34,7 @@ struct LinkSighting {
     std::uint64_t fileID = 0;
     std::uint32_t linkCount = 0;
     std::uint64_t allocSize = 0;
+    std::uint64_t device = 0;  // the file system it is on: inode numbers repeat across file systems
 };
 
 // A consistent copy of an aggregate, for reports and measurements.
@@ -59,7 +60,8 @@ public:
     // Adds `local` into the totals and counters and empties it; an empty tally takes no lock.
     void flush(WorkerTally& local);
 
-    // Records a sighting of a multiply-linked file. True on the first sighting of its file ID (its
+    // Records a sighting of a multiply-linked file. True on the first sighting of its device and
+    // file ID (its
     // bytes are to be counted); every later sighting adds 1 to hardlinkDupes and returns false.
     bool claimLinkedFile(const LinkSighting& sighting);
 
@@ -88,7 +90,18 @@ private:
     std::uint64_t errors_ = 0;
     std::uint64_t denied_ = 0;
     std::uint64_t hardlinkDupes_ = 0;
-    std::unordered_map<std::uint64_t, SeenFile> seenInodes_;
+    struct FileKey {
+        std::uint64_t device;
+        std::uint64_t fileID;
+        bool operator==(const FileKey&) const = default;
+    };
+    struct FileKeyHash {
+        std::size_t operator()(const FileKey& key) const noexcept {
+            return std::hash<std::uint64_t>{}(key.fileID ^ (key.device * 0x9E3779B97F4A7C15ull));
+        }
+    };
+
+    std::unordered_map<FileKey, SeenFile, FileKeyHash> seenInodes_;
     std::vector<Snapshot> snapshots_;
     double start_;
 };
