@@ -2,6 +2,7 @@
 // The shared aggregate of one scan: per-bucket allocated bytes, counters, the multiply-linked files
 // already counted, and the growth record the sampler keeps. Every field is behind one lock.
 #include <chrono>
+#include <cstddef>
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
@@ -12,11 +13,26 @@
 
 namespace kelvor {
 
-// The totals at one moment of a scan.
-struct Snapshot {
-    double t = 0;                       // seconds since the scan's start
-    std::vector<std::uint64_t> totals;  // bytes per bucket
+// How many of the largest buckets a snapshot keeps: enough for every ranking a report shows,
+// and few enough that sampling a scan with any number of buckets stays small.
+inline constexpr std::size_t SNAPSHOT_TOP = 20;
+
+// One bucket's bytes at a moment.
+struct BucketBytes {
+    std::uint32_t index = 0;
+    std::uint64_t bytes = 0;
+    bool operator==(const BucketBytes&) const = default;
 };
+
+// The totals at one moment of a scan: their sum and the largest buckets, not every bucket.
+struct Snapshot {
+    double t = 0;                  // seconds since the scan's start
+    std::uint64_t bytes = 0;       // all buckets together
+    std::vector<BucketBytes> top;  // the SNAPSHOT_TOP largest, largest first, earlier index first on ties
+};
+
+// The snapshot at time `t` of `totals` (bytes per bucket).
+Snapshot snapshotOf(double t, const std::vector<std::uint64_t>& totals);
 
 // What one worker has counted since its last flush.
 struct WorkerTally {
