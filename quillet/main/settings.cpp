@@ -64,7 +64,7 @@ ParsedArguments parseArguments(const std::vector<std::string>& args, const Setti
         if (word == "--lang") {
             if (auto v = value()) s.langOverride = *v;
         } else if (word == "--root") {
-            if (auto v = value()) s.root = expandTilde(*v);
+            if (auto v = value()) s.root = expandTilde(*v, defaults.home);
         } else if (word == "--mode") {
             if (auto v = value()) s.modes = {*v};
         } else if (word == "--threads") {
