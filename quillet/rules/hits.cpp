@@ -3,6 +3,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "quillet/log/log.hpp"
 #include "quillet/platform/home.hpp"
 #include "quillet/platform/path_inside.hpp"
@@ -89,21 +91,24 @@ std::vector<Hit> collectHitsFrom(const std::vector<ResolvedRule>& resolved, int 
         }
         if (callbacks.onMeasured) callbacks.onMeasured(progress);
     }
-    hits = dedupeNested(std::move(hits));
-    std::vector<Hit> kept;
-    kept.reserve(hits.size());
     Exclusions& exclusions = Exclusions::shared();
+    std::erase_if(hits, [&](const Hit& hit) { return exclusions.covers(hit.path) || isOwnState(hit.path); });
+    hits = dedupeNested(std::move(hits));
     for (Hit& hit : hits) {
-        if (exclusions.covers(hit.path) || isOwnState(hit.path)) continue;
         // A move would take an excluded folder with it: the hit stays, blocked, without its bytes.
         hit.excludedInside = exclusions.inside(hit.path);
         std::uint64_t excludedBytes = 0;
-        for (const std::string& excluded : hit.excludedInside) excludedBytes += measure(excluded, threads).bytes;
+        for (const std::string& excluded : hit.excludedInside) {
+            // Inside a nested hit, those bytes already left this one with the nested hit's size.
+            bool inNested = std::any_of(hits.begin(), hits.end(), [&](const Hit& other) {
+                return strictlyInside(other.path, hit.path) && pathInside(excluded, other.path);
+            });
+            if (!inNested) excludedBytes += measure(excluded, threads).bytes;
+        }
         hit.stat.bytes = hit.stat.bytes > excludedBytes ? hit.stat.bytes - excludedBytes : 0;
         hit.stat.shared = std::min(hit.stat.shared, hit.stat.bytes);
-        kept.push_back(std::move(hit));
     }
-    return kept;
+    return hits;
 }
 
 std::vector<Hit> collectHits(int threads, const HitCallbacks& callbacks) {

@@ -46,8 +46,9 @@ struct HitCallbacks {
 using TreeMeasure = std::function<TreeStat(const std::string& path, int threads)>;
 
 // The hits of `resolved`, in its order: evidence checked, measured, empty stores dropped,
-// demoted, nested sizes corrected, excluded paths and Kelvor's own state dropped; a hit holding an
-// excluded path keeps it in excludedInside and loses that path's measured bytes.
+// demoted, excluded paths and Kelvor's own state dropped, nested sizes corrected; a hit holding an
+// excluded path keeps it in excludedInside and loses that path's measured bytes (unless a nested
+// hit already took them).
 std::vector<Hit> collectHitsFrom(const std::vector<ResolvedRule>& resolved, int threads,
                                  const HitCallbacks& callbacks, const TreeMeasure& measure);
 

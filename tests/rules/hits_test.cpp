@@ -147,6 +147,17 @@ TEST(CollectHits, AnExcludedFolderInsideAStoreBlocksItAndLeavesItsBytesOut) {
               std::string::npos)
         << printed;
 
+    // The same store holding a nested store around the excluded folder: every byte but the
+    // excluded ones is counted once, by one of the two.
+    resolved.push_back({folderRule("Chrome", "캐시", "Default/Cache"), store + "/Default/Cache", std::nullopt, std::nullopt});
+    writeFile(store + "/Default/Cache/index", std::string(9000, 'i'));
+    hits = collectHitsFrom(resolved, 2, {}, measuredOnDisk);
+    ASSERT_EQ(hits.size(), 2u);
+    EXPECT_EQ(hits[0].stat.bytes + hits[1].stat.bytes,
+              allocatedBytesBelow(store) - allocatedBytesBelow(store + "/Default/Cache/Cache_Data"));
+    EXPECT_FALSE(hits[1].excludedInside.empty()) << "the nested store is blocked too";
+    resolved.pop_back();
+
     ASSERT_TRUE(Exclusions::shared().remove(store + "/Default/Cache/Cache_Data"));
     hits = collectHitsFrom(resolved, 2, {}, measuredOnDisk);
     EXPECT_TRUE(hits[0].excludedInside.empty()) << "nothing excluded inside any more";
