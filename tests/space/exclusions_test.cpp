@@ -56,6 +56,22 @@ TEST(CanonExclusion, ExpandsHomeAndRemovesDotsSlashesAndTrailingSlash) {
     for (const Case& c : cases) EXPECT_EQ(canonExclusion(c.input), c.expected) << c.input;
 }
 
+TEST(Exclusions, InsideListsTheEntriesBelowAFolderThroughLinks) {
+    TempHome home;
+    fs::create_directories(home / "store/Cache/Data");
+    fs::create_directories(home / "store-old");
+    fs::create_directory_symlink(home / "store", home / "via-link");
+    Exclusions exclusions(listIn(home));
+    ASSERT_TRUE(exclusions.add(home / "store/Cache/Data"));
+    ASSERT_TRUE(exclusions.add(home / "store-old"));
+    ASSERT_TRUE(exclusions.add(home / "elsewhere"));
+    std::string real = fs::canonical(home / "store/Cache/Data").string();
+    EXPECT_EQ(exclusions.inside(home / "store"), std::vector<std::string>{real});
+    EXPECT_EQ(exclusions.inside(home / "via-link"), std::vector<std::string>{real}) << "a folder named through a link";
+    EXPECT_TRUE(exclusions.inside(home / "store/Cache/Data").empty()) << "an entry is not inside itself";
+    EXPECT_TRUE(exclusions.inside(home / "sto").empty()) << "whole names only";
+}
+
 TEST(Exclusions, HomeWrittenTwoWaysIsOneEntry) {
     TempHome home;
     fs::create_directories(home / "Models");
