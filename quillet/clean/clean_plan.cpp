@@ -2,11 +2,13 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 
 #include "quillet/i18n/text.hpp"
 #include "quillet/i18n/width.hpp"
 #include "quillet/platform/printable.hpp"
+#include "quillet/platform/path_inside.hpp"
 #include "quillet/rules/hits.hpp"
 #include "quillet/rules/tier.hpp"
 #include "quillet/scan/fmt_bytes.hpp"
@@ -49,6 +51,16 @@ private:
 
 }  // namespace
 
+std::vector<std::string> swallowedByMove(const std::string& chosen, const std::vector<std::string>& catalogPaths,
+                                         const std::vector<std::string>& runPaths) {
+    std::vector<std::string> swallowed;
+    for (const std::string& path : catalogPaths)
+        if (path != chosen && pathInside(path, chosen) &&
+            std::find(runPaths.begin(), runPaths.end(), path) == runPaths.end())
+            swallowed.push_back(path);
+    return swallowed;
+}
+
 std::vector<CleanTarget> planFromHits(const std::vector<Hit>& hits, const PlanOptions& options) {
     std::vector<CleanTarget> targets;
     std::optional<std::string> owner = options.ownerFilter ? std::optional(lowerCased(*options.ownerFilter)) : std::nullopt;
@@ -56,20 +68,47 @@ std::vector<CleanTarget> planFromHits(const std::vector<Hit>& hits, const PlanOp
         if (!options.tiers.contains(hit.rule.tier)) continue;
         if (!hit.rule.verified && !options.includeUnverified) continue;
         if (owner && lowerCased(hit.rule.owner) != *owner) continue;
-        targets.push_back({hit.rule, hit.path, hit.stat, hit.linkedFrom});
+        targets.push_back({hit.rule, hit.path, hit.stat, hit.linkedFrom, hit.excludedInside, {}});
     }
+    std::vector<std::string> catalogPaths, runPaths;
+    for (const Hit& hit : hits) catalogPaths.push_back(hit.path);
+    for (const CleanTarget& target : targets) runPaths.push_back(target.path);
+    for (CleanTarget& target : targets) target.swallowed = swallowedByMove(target.path, catalogPaths, runPaths);
     return targets;
 }
 
 std::string renderCleanPlan(const std::vector<CleanTarget>& targets, const PlanOptions& options) {
     std::string out = trf(S::cleanPlanHeader) +
                       trf(options.includeUnverified ? S::cleanPlanIncludingUnverified : S::cleanPlanVerifiedOnly) + "\n";
-    if (targets.empty()) return out + trf(S::cleanNothing) + "\n";
+    auto line = [](const CleanTarget& target) {
+        std::string text = "  " + padRight(targetLabel(target), 44) + " " + padRight(fmtBytes(target.stat.bytes), 11) +
+                           " " + escapeControls(target.path) + "\n";
+        if (target.linkedFrom) text += "     ↳ " + trf(S::cleanLinkedFrom, {escapeControls(*target.linkedFrom)}) + "\n";
+        if (target.stat.timedOut) text += "     ↳ " + trf(S::cleanTimedOut) + "\n";
+        if (!target.swallowed.empty()) {
+            std::string names;
+            for (const std::string& path : target.swallowed) names += (names.empty() ? "" : ", ") + escapeControls(path);
+            text += "     ↳ " + trf(S::swallowedByMove, {std::to_string(target.swallowed.size()), names}) + "\n";
+        }
+        return text;
+    };
+    bool anyFree = false, anyBlocked = false;
     for (const CleanTarget& target : targets) {
-        out += "  " + padRight(targetLabel(target), 44) + " " + padRight(fmtBytes(target.stat.bytes), 11) + " " +
-               escapeControls(target.path) + "\n";
-        if (target.linkedFrom) out += "     ↳ " + trf(S::cleanLinkedFrom, {escapeControls(*target.linkedFrom)}) + "\n";
-        if (target.stat.timedOut) out += "     ↳ " + trf(S::cleanTimedOut) + "\n";
+        if (target.blocked()) {
+            anyBlocked = true;
+            continue;
+        }
+        anyFree = true;
+        out += line(target);
+    }
+    if (!anyFree) out += trf(S::cleanNothing) + "\n";
+    if (!anyBlocked) return out;
+    out += trf(S::cleanGuardBlocked) + "\n";
+    for (const CleanTarget& target : targets) {
+        if (!target.blocked()) continue;
+        out += line(target);
+        for (const std::string& excluded : target.excludedInside)
+            out += "     ⛔ " + trf(S::cleanExcludedInside, {escapeControls(excluded)}) + "\n";
     }
     return out;
 }

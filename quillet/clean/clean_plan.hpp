@@ -16,6 +16,10 @@ struct CleanTarget {
     std::string path;
     TreeStat stat;
     std::optional<std::string> linkedFrom;
+    std::vector<std::string> excludedInside;  // excluded paths inside: the target is blocked
+    std::vector<std::string> swallowed;       // other catalog items inside, not part of this run
+
+    bool blocked() const { return !excludedInside.empty(); }
 };
 
 struct PlanOptions {
@@ -24,10 +28,15 @@ struct PlanOptions {
     std::optional<std::string> ownerFilter;  // matched against the owner, ignoring case
 };
 
-// The hits a clean with these options takes, in hit order.
+// The catalog paths that lie strictly inside `chosen` and are not among `runPaths`.
+std::vector<std::string> swallowedByMove(const std::string& chosen, const std::vector<std::string>& catalogPaths,
+                                         const std::vector<std::string>& runPaths);
+
+// The hits a clean with these options takes, in hit order, each with the other hits it holds.
 std::vector<CleanTarget> planFromHits(const std::vector<Hit>& hits, const PlanOptions& options);
 
-// The plan's lines: header, one line per target (label, size, path), or "Nothing to clean.".
+// The plan's lines: header, one line per free target (label, size, path) or "Nothing to clean.",
+// then the blocked targets under "guard-blocked:" with their reasons.
 std::string renderCleanPlan(const std::vector<CleanTarget>& targets, const PlanOptions& options);
 
 // `--mode clean`: measures the hits, prints the plan and moves nothing.

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <charconv>
 
+#include "quillet/platform/home.hpp"
+
 namespace kelvor {
 
 namespace {
@@ -63,7 +65,7 @@ ParsedArguments parseArguments(const std::vector<std::string>& args, const Setti
             if (auto v = value()) s.langOverride = *v;
         } else if (word == "--root") {
             if (auto v = value()) {
-                s.root = *v;
+                s.root = expandTilde(*v, defaults.home);
                 parsed.rootGiven = true;
             }
         } else if (word == "--mode") {

@@ -28,6 +28,7 @@ struct BulkEntry {
     std::uint32_t linkCount = 0;
     std::uint64_t allocSize = 0;   // bytes allocated on disk
     std::int64_t mtime = 0;        // modification time, whole seconds since the epoch
+    std::uint64_t device = 0;      // the file system it is on, where the platform tells it; else 0
 };
 
 // How much a reader learns about entries that are not regular files. Sizes, link counts and times
@@ -40,8 +41,46 @@ enum class EntryDetail {
 // Called once per entry; the entry is only valid during the call.
 using EntrySink = std::function<void(const BulkEntry&)>;
 
+// A directory opened for reading, owning its descriptor. Every open refuses a symbolic link, so a
+// folder swapped for a link between the listing and the open is never followed.
+enum class FinalLink {
+    refuse,  // a path whose last component is a symbolic link is not opened
+    follow,  // the last component may be a link to a directory (a root the person named)
+};
+
+class OpenDir {
+public:
+    // Opens the directory at `path`.
+    static Result<OpenDir> open(const std::string& path, FinalLink finalLink = FinalLink::refuse);
+    // Opens the directory `name` (one component) inside `parent`, relative to parent's descriptor,
+    // so its depth is not limited by the length of a whole path.
+    static Result<OpenDir> openAt(const OpenDir& parent, const std::string& name);
+
+    OpenDir(OpenDir&& other) noexcept;
+    OpenDir& operator=(OpenDir&& other) noexcept;
+    OpenDir(const OpenDir&) = delete;
+    OpenDir& operator=(const OpenDir&) = delete;
+    ~OpenDir();
+
+    // The file system the directory is on (asked once, then remembered); 0 when it cannot be told.
+    std::uint64_t device() const;
+    // The descriptor, for the backends.
+    int descriptor() const { return descriptor_; }
+
+private:
+    explicit OpenDir(int descriptor) : descriptor_(descriptor) {}
+    int descriptor_ = -1;
+    mutable std::uint64_t device_ = 0;
+    mutable bool deviceKnown_ = false;
+};
+
+// As readDirBulk, over a directory already open; the read consumes it (read each one once).
+bool readOpenDir(const OpenDir& dir, std::byte* buf, std::size_t bufSize, std::uint64_t& denied, std::uint64_t& errors,
+                 const EntrySink& sink, EntryDetail detail = EntryDetail::everyEntry);
+
 // Reads the directory at `path` into `buf` (`bufSize` bytes, owned by the caller and reused across
-// calls) and calls `sink` for each entry, "." and ".." left out. A directory that cannot be opened
+// calls) and calls `sink` for each entry, "." and ".." left out. A `path` that is itself a link to a
+// directory is followed. A directory that cannot be opened
 // or read adds 1 to `denied` (a denial) or to `errors` (anything else); an entry that cannot
 // be read adds 1 to `errors` and is skipped. Returns true when the directory was read to its end.
 // Never follows a symbolic link inside the directory.

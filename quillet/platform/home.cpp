@@ -25,9 +25,11 @@ std::string dataDir() {
     return home + "/.kelvor";
 }
 
-std::string expandTilde(std::string_view path) {
-    if (path == "~") return homeDir();
-    if (path.size() >= 2 && path[0] == '~' && path[1] == '/') return homeDir() + std::string(path.substr(1));
+std::string expandTilde(std::string_view path) { return expandTilde(path, homeDir()); }
+
+std::string expandTilde(std::string_view path, std::string_view home) {
+    if (path == "~") return std::string(home);
+    if (path.size() >= 2 && path[0] == '~' && path[1] == '/') return std::string(home) + std::string(path.substr(1));
     return std::string(path);
 }
 

@@ -14,6 +14,9 @@ std::string dataDir();
 // A path with a leading "~" (alone or followed by "/") expanded against homeDir(); others unchanged.
 std::string expandTilde(std::string_view path);
 
+// The same against the given home folder.
+std::string expandTilde(std::string_view path, std::string_view home);
+
 // The process environment's value, or "" when unset.
 std::string environment(const char* name);
 

@@ -1,11 +1,12 @@
 #pragma once
-// Containment judged on whole path components, so "/home/ada2" is not inside "/home/ada".
-#include <string>
+// The one answer to "is this path inside that folder" for the whole program.
+#include <string_view>
 
 namespace kelvor {
 
-// True when `path` is `folder` itself or lies below it. Both are absolute and canonical (no
-// links, no "." or ".." components, no doubled or trailing "/"); "/" contains every path.
-bool pathInside(const std::string& path, const std::string& folder);
+// True when `path` is `folder` itself or lies below it, compared component by component on
+// canonical absolute paths ("/a/bc" is not inside "/a/b"; a trailing "/" is ignored). A path is
+// inside itself. "/" holds every absolute path. Purely textual: resolve links first when they matter.
+bool pathInside(std::string_view path, std::string_view folder);
 
 }  // namespace kelvor

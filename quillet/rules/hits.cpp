@@ -3,8 +3,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "quillet/log/log.hpp"
 #include "quillet/platform/home.hpp"
+#include "quillet/platform/path_inside.hpp"
 #include "quillet/scan/fmt_bytes.hpp"
 #include "quillet/space/exclusions.hpp"
 
@@ -12,8 +15,8 @@ namespace kelvor {
 
 namespace {
 
-bool isAtOrBelow(const std::string& path, const std::string& folder) {
-    return path == folder || (path.size() > folder.size() && path.starts_with(folder) && path[folder.size()] == '/');
+bool strictlyInside(const std::string& path, const std::string& folder) {
+    return path != folder && pathInside(path, folder);
 }
 
 std::string realOrSame(const std::string& path) { return followStoreLink(path).path; }
@@ -26,7 +29,7 @@ bool ruleEvidenceHolds(const Rule& rule, const std::string& path) {
     bool kindHolds = rule.kind == StoreKind::file ? S_ISREG(info.st_mode) : S_ISDIR(info.st_mode);
     if (!kindHolds || info.st_uid != ::geteuid()) return false;
     std::string home = realOrSame(homeDir());
-    return !isAtOrBelow(home, path);
+    return !pathInside(home, path);
 }
 
 Rule demotedIfRelocated(const Rule& rule, const std::optional<std::string>& relocated) {
@@ -40,11 +43,23 @@ Rule demotedIfRelocated(const Rule& rule, const std::optional<std::string>& relo
 Rule demotedIfUnprovable(const Rule& rule, const std::string&) { return rule; }
 
 std::vector<Hit> dedupeNested(std::vector<Hit> hits) {
-    for (Hit& outer : hits) {
+    // Measured sizes, taken before any subtraction: each hit gives up exactly the bytes of the hits
+    // directly inside it, which already hold everything deeper, so every byte counts once.
+    std::vector<std::uint64_t> measured;
+    measured.reserve(hits.size());
+    for (const Hit& hit : hits) measured.push_back(hit.stat.bytes);
+    auto directlyInside = [&](size_t inner, size_t outer) {
+        if (!strictlyInside(hits[inner].path, hits[outer].path)) return false;
+        for (size_t between = 0; between < hits.size(); ++between)
+            if (strictlyInside(hits[inner].path, hits[between].path) && strictlyInside(hits[between].path, hits[outer].path))
+                return false;
+        return true;
+    };
+    for (size_t outerIndex = 0; outerIndex < hits.size(); ++outerIndex) {
+        Hit& outer = hits[outerIndex];
         std::uint64_t inside = 0;
-        for (const Hit& inner : hits)
-            if (&inner != &outer && inner.path.size() > outer.path.size() && isAtOrBelow(inner.path, outer.path))
-                inside += inner.stat.bytes;
+        for (size_t innerIndex = 0; innerIndex < hits.size(); ++innerIndex)
+            if (innerIndex != outerIndex && directlyInside(innerIndex, outerIndex)) inside += measured[innerIndex];
         if (inside == 0) continue;
         outer.stat.bytes = outer.stat.bytes > inside ? outer.stat.bytes - inside : 0;
         outer.stat.shared = std::min(outer.stat.shared, outer.stat.bytes);
@@ -56,7 +71,7 @@ std::vector<Hit> dedupeNested(std::vector<Hit> hits) {
 
 bool isOwnState(const std::string& path) {
     std::string data = dataDir();
-    return isAtOrBelow(path, data) || isAtOrBelow(realOrSame(path), realOrSame(data));
+    return pathInside(path, data) || pathInside(realOrSame(path), realOrSame(data));
 }
 
 std::vector<Hit> collectHitsFrom(const std::vector<ResolvedRule>& resolved, int threads,
@@ -69,20 +84,31 @@ std::vector<Hit> collectHitsFrom(const std::vector<ResolvedRule>& resolved, int 
             TreeStat stat = measure(each.path, threads);
             if (stat.bytes > 0 || stat.timedOut) {
                 Rule rule = demotedIfUnprovable(demotedIfRelocated(each.rule, each.relocated), each.path);
-                hits.push_back(Hit{std::move(rule), stat, each.relocated, each.path, each.linkedFrom});
+                hits.push_back(Hit{std::move(rule), stat, each.relocated, each.path, each.linkedFrom, {}});
                 progress.bytesSoFar += stat.bytes;
                 if (callbacks.onHit) callbacks.onHit(hits.back());
             }
         }
         if (callbacks.onMeasured) callbacks.onMeasured(progress);
     }
-    hits = dedupeNested(std::move(hits));
-    std::vector<Hit> kept;
-    kept.reserve(hits.size());
     Exclusions& exclusions = Exclusions::shared();
-    for (Hit& hit : hits)
-        if (!exclusions.covers(hit.path) && !isOwnState(hit.path)) kept.push_back(std::move(hit));
-    return kept;
+    std::erase_if(hits, [&](const Hit& hit) { return exclusions.covers(hit.path) || isOwnState(hit.path); });
+    hits = dedupeNested(std::move(hits));
+    for (Hit& hit : hits) {
+        // A move would take an excluded folder with it: the hit stays, blocked, without its bytes.
+        hit.excludedInside = exclusions.inside(hit.path);
+        std::uint64_t excludedBytes = 0;
+        for (const std::string& excluded : hit.excludedInside) {
+            // Inside a nested hit, those bytes already left this one with the nested hit's size.
+            bool inNested = std::any_of(hits.begin(), hits.end(), [&](const Hit& other) {
+                return strictlyInside(other.path, hit.path) && pathInside(excluded, other.path);
+            });
+            if (!inNested) excludedBytes += measure(excluded, threads).bytes;
+        }
+        hit.stat.bytes = hit.stat.bytes > excludedBytes ? hit.stat.bytes - excludedBytes : 0;
+        hit.stat.shared = std::min(hit.stat.shared, hit.stat.bytes);
+    }
+    return hits;
 }
 
 std::vector<Hit> collectHits(int threads, const HitCallbacks& callbacks) {

@@ -25,8 +25,8 @@ Rule demotedIfRelocated(const Rule& rule, const std::optional<std::string>& relo
 // The rule unchanged: the per-store proofs that would demote it are not part of this build.
 Rule demotedIfUnprovable(const Rule& rule, const std::string& path);
 
-// Folders that contain other hits lose those hits' bytes (never below 0), with one "scan" log
-// line each; every hit stays in the list.
+// Folders that contain other hits lose the measured bytes of the hits directly inside them (never
+// below 0), so nested bytes count once at any depth, with one "scan" log line each; every hit stays.
 std::vector<Hit> dedupeNested(std::vector<Hit> hits);
 
 // Paths of Kelvor's own records: the data folder and everything below it.
@@ -46,7 +46,9 @@ struct HitCallbacks {
 using TreeMeasure = std::function<TreeStat(const std::string& path, int threads)>;
 
 // The hits of `resolved`, in its order: evidence checked, measured, empty stores dropped,
-// demoted, nested sizes corrected, excluded paths and Kelvor's own state dropped.
+// demoted, excluded paths and Kelvor's own state dropped, nested sizes corrected; a hit holding an
+// excluded path keeps it in excludedInside and loses that path's measured bytes (unless a nested
+// hit already took them).
 std::vector<Hit> collectHitsFrom(const std::vector<ResolvedRule>& resolved, int threads,
                                  const HitCallbacks& callbacks, const TreeMeasure& measure);
 

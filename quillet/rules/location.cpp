@@ -17,12 +17,24 @@ std::string joinPath(std::string_view head, std::string_view tail) {
     return std::string(head) + "/" + std::string(tail);
 }
 
+// A variable's value with a leading "~" (alone or before "/") put under `home`, as for every path.
+std::string expandedValue(const std::string& value, std::string_view home) {
+    if (value == "~") return std::string(home);
+    if (value.starts_with("~/")) return joinPath(home, value.substr(2));
+    return value;
+}
+
 LoginEnvironment readRealLoginEnvironment() {
     std::string shell = environment("SHELL");
     if (shell.empty()) return {};
-    std::map<std::string, std::string> everything = readLoginShellEnvironment(shell, LOGIN_SHELL_TIME_LIMIT);
+    LoginShellRead read = readLoginShellEnvironment(shell, LOGIN_SHELL_TIME_LIMIT);
+    if (read.failure) {
+        KelvorLog::write("rules", "login shell " + shell + ": not read — " + loginReadFailureReason(*read.failure) +
+                                      "; only the process environment counts");
+        return {};
+    }
     LoginEnvironment relocations;
-    for (auto& [name, value] : everything)
+    for (auto& [name, value] : read.environment)
         if (isRelocationVar(name) && !value.empty()) relocations.emplace(name, std::move(value));
     KelvorLog::write("rules", "login shell " + shell + ": " + std::to_string(relocations.size()) +
                                   " relocation variable(s)");
@@ -53,13 +65,18 @@ bool isRelocationVar(std::string_view name) {
 }
 
 RawPath resolveRawPath(const Rule& rule, const EnvLookup& lookup, std::string_view home) {
+    auto valueOf = [&](std::string_view name) -> std::optional<std::string> {
+        std::optional<std::string> value = lookup(name);
+        if (!value) return std::nullopt;
+        return expandedValue(*value, home);
+    };
     if (rule.directEnv)
-        if (std::optional<std::string> value = lookup(*rule.directEnv))
+        if (std::optional<std::string> value = valueOf(*rule.directEnv))
             return {rule.envSub ? joinPath(*value, *rule.envSub) : *value, *rule.directEnv};
     for (const std::string& name : rule.base.envVars)
-        if (std::optional<std::string> value = lookup(name)) return {joinPath(*value, rule.sub), name};
+        if (std::optional<std::string> value = valueOf(name)) return {joinPath(*value, rule.sub), name};
     if (rule.base.xdgName)
-        if (std::optional<std::string> value = lookup("XDG_CACHE_HOME"))
+        if (std::optional<std::string> value = valueOf("XDG_CACHE_HOME"))
             return {joinPath(joinPath(*value, *rule.base.xdgName), rule.sub), "XDG_CACHE_HOME"};
     std::string relative = joinPath(rule.base.defaultPath, rule.sub);
     if (relative.starts_with("/")) return {relative, std::nullopt};
@@ -67,6 +84,10 @@ RawPath resolveRawPath(const Rule& rule, const EnvLookup& lookup, std::string_vi
 }
 
 RawPath ruleRawPath(const Rule& rule) { return resolveRawPath(rule, env, homeDir()); }
+
+RawPath defaultRawPath(const Rule& rule) {
+    return resolveRawPath(rule, [](std::string_view) { return std::optional<std::string>(); }, homeDir());
+}
 
 std::optional<std::string> env(std::string_view name) {
     std::string value = environment(std::string(name).c_str());

@@ -46,10 +46,14 @@ using EnvLookup = std::function<std::optional<std::string>(std::string_view name
 // The location rule over any lookup and home folder, first match winning: the rule's direct
 // variable (+ envSub); the base's variables in order (+ sub); XDG_CACHE_HOME + xdgName (+ sub) for
 // a base that has one; else home + defaultPath + sub. A sub that is already absolute stays as is.
+// A variable's value that starts with "~" (alone or before "/") is put under `home`.
 RawPath resolveRawPath(const Rule& rule, const EnvLookup& lookup, std::string_view home);
 
 // The location rule with env() and the home folder.
 RawPath ruleRawPath(const Rule& rule);
+
+// Where the rule's store is when no variable is set: its default place under the home folder.
+RawPath defaultRawPath(const Rule& rule);
 
 // The process environment's value when set and non-empty; otherwise, for a relocation variable
 // only, the login shell's value when set and non-empty; otherwise none.

@@ -19,14 +19,19 @@ struct ResolvedRule {
 std::vector<Rule> allRules();
 
 // Where a store really is: `path` with every symbolic link in it resolved, and the original
-// path when that changed anything. A path that does not exist is returned as it is.
+// path when a link was really followed on the way (a trailing "/" or a home folder that is itself
+// reached through a link is no link). A path that does not exist is returned as it is.
 struct StoreLocation {
     std::string path;
     std::optional<std::string> linkedFrom;
 };
 StoreLocation followStoreLink(const std::string& path);
 
-// Each rule's path by the location rule, followed through links, kept once (claimedOnce).
+// One rule's store: its path by the location rule, followed through links, relocated only when it
+// differs from the default place; none when the path may never be a hit (storeRefusal, logged).
+std::optional<ResolvedRule> resolveRule(const Rule& rule, const std::string& realHome, unsigned uid);
+
+// Each rule's store (resolveRule) for the person running Kelvor, kept once (claimedOnce).
 std::vector<ResolvedRule> resolvedRules(const std::vector<Rule>& rules);
 std::vector<ResolvedRule> resolvedRules();
 

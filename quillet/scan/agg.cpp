@@ -1,8 +1,27 @@
 #include "quillet/scan/agg.hpp"
 
+#include <algorithm>
+
 namespace kelvor {
 
 bool WorkerTally::empty() const { return bytes.empty() && files == 0 && dirs == 0 && errors == 0 && denied == 0; }
+
+Snapshot snapshotOf(double t, const std::vector<std::uint64_t>& totals) {
+    Snapshot snapshot{t, 0, {}};
+    snapshot.top.reserve(std::min(totals.size(), SNAPSHOT_TOP) + 1);
+    // Larger first, earlier index first among equals: the order reports rank buckets in.
+    auto before = [](const BucketBytes& a, const BucketBytes& b) {
+        return a.bytes != b.bytes ? a.bytes > b.bytes : a.index < b.index;
+    };
+    for (std::size_t i = 0; i < totals.size(); ++i) {
+        snapshot.bytes += totals[i];
+        BucketBytes bucket{static_cast<std::uint32_t>(i), totals[i]};
+        if (snapshot.top.size() == SNAPSHOT_TOP && !before(bucket, snapshot.top.back())) continue;
+        snapshot.top.insert(std::upper_bound(snapshot.top.begin(), snapshot.top.end(), bucket, before), bucket);
+        if (snapshot.top.size() > SNAPSHOT_TOP) snapshot.top.pop_back();
+    }
+    return snapshot;
+}
 
 double monotonicSeconds() {
     return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
@@ -28,7 +47,7 @@ void Agg::flush(WorkerTally& local) {
 
 bool Agg::claimLinkedFile(const LinkSighting& sighting) {
     std::lock_guard guard(lock_);
-    auto [seen, first] = seenInodes_.try_emplace(sighting.fileID, SeenFile{sighting.allocSize, sighting.linkCount, 0});
+    auto [seen, first] = seenInodes_.try_emplace(FileKey{sighting.device, sighting.fileID}, SeenFile{sighting.allocSize, sighting.linkCount, 0});
     ++seen->second.sightings;
     if (!first) ++hardlinkDupes_;
     return first;
@@ -36,7 +55,7 @@ bool Agg::claimLinkedFile(const LinkSighting& sighting) {
 
 void Agg::sample() {
     std::lock_guard guard(lock_);
-    snapshots_.push_back({monotonicSeconds() - start_, totals_});
+    snapshots_.push_back(snapshotOf(monotonicSeconds() - start_, totals_));
 }
 
 AggState Agg::state() const {
@@ -47,7 +66,7 @@ AggState Agg::state() const {
 std::uint64_t Agg::bytesLinkedOutside() const {
     std::lock_guard guard(lock_);
     std::uint64_t bytes = 0;
-    for (const auto& [fileID, seen] : seenInodes_)
+    for (const auto& [key, seen] : seenInodes_)
         if (seen.sightings < seen.linkCount) bytes += seen.allocSize;
     return bytes;
 }

@@ -2,6 +2,7 @@
 // The shared aggregate of one scan: per-bucket allocated bytes, counters, the multiply-linked files
 // already counted, and the growth record the sampler keeps. Every field is behind one lock.
 #include <chrono>
+#include <cstddef>
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
@@ -12,11 +13,26 @@
 
 namespace kelvor {
 
-// The totals at one moment of a scan.
-struct Snapshot {
-    double t = 0;                       // seconds since the scan's start
-    std::vector<std::uint64_t> totals;  // bytes per bucket
+// How many of the largest buckets a snapshot keeps: enough for every ranking a report shows,
+// and few enough that sampling a scan with any number of buckets stays small.
+inline constexpr std::size_t SNAPSHOT_TOP = 20;
+
+// One bucket's bytes at a moment.
+struct BucketBytes {
+    std::uint32_t index = 0;
+    std::uint64_t bytes = 0;
+    bool operator==(const BucketBytes&) const = default;
 };
+
+// The totals at one moment of a scan: their sum and the largest buckets, not every bucket.
+struct Snapshot {
+    double t = 0;                  // seconds since the scan's start
+    std::uint64_t bytes = 0;       // all buckets together
+    std::vector<BucketBytes> top;  // the SNAPSHOT_TOP largest, largest first, earlier index first on ties
+};
+
+// The snapshot at time `t` of `totals` (bytes per bucket).
+Snapshot snapshotOf(double t, const std::vector<std::uint64_t>& totals);
 
 // What one worker has counted since its last flush.
 struct WorkerTally {
@@ -34,6 +50,7 @@ struct LinkSighting {
     std::uint64_t fileID = 0;
     std::uint32_t linkCount = 0;
     std::uint64_t allocSize = 0;
+    std::uint64_t device = 0;  // the file system it is on: inode numbers repeat across file systems
 };
 
 // A consistent copy of an aggregate, for reports and measurements.
@@ -59,7 +76,8 @@ public:
     // Adds `local` into the totals and counters and empties it; an empty tally takes no lock.
     void flush(WorkerTally& local);
 
-    // Records a sighting of a multiply-linked file. True on the first sighting of its file ID (its
+    // Records a sighting of a multiply-linked file. True on the first sighting of its device and
+    // file ID (its
     // bytes are to be counted); every later sighting adds 1 to hardlinkDupes and returns false.
     bool claimLinkedFile(const LinkSighting& sighting);
 
@@ -88,7 +106,18 @@ private:
     std::uint64_t errors_ = 0;
     std::uint64_t denied_ = 0;
     std::uint64_t hardlinkDupes_ = 0;
-    std::unordered_map<std::uint64_t, SeenFile> seenInodes_;
+    struct FileKey {
+        std::uint64_t device;
+        std::uint64_t fileID;
+        bool operator==(const FileKey&) const = default;
+    };
+    struct FileKeyHash {
+        std::size_t operator()(const FileKey& key) const noexcept {
+            return std::hash<std::uint64_t>{}(key.fileID ^ (key.device * 0x9E3779B97F4A7C15ull));
+        }
+    };
+
+    std::unordered_map<FileKey, SeenFile, FileKeyHash> seenInodes_;
     std::vector<Snapshot> snapshots_;
     double start_;
 };

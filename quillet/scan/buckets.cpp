@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "quillet/platform/dir_failures.hpp"
 #include "quillet/platform/dirs.hpp"
 
 namespace kelvor {
@@ -10,15 +11,21 @@ namespace kelvor {
 Buckets makeBuckets(const std::string& root) {
     Buckets buckets;
     auto buffer = std::make_unique<std::byte[]>(BUF_SIZE);
-    readDirBulk(
-        root, buffer.get(), BUF_SIZE, buckets.denied, buckets.errors,
+    Result<OpenDir> dir = OpenDir::open(root, FinalLink::follow);
+    if (!dir) {
+        countReadFailure(dir.error().kind, buckets.denied, buckets.errors);
+        return buckets;
+    }
+    readOpenDir(
+        *dir, buffer.get(), BUF_SIZE, buckets.denied, buckets.errors,
         [&](const BulkEntry& entry) {
             if (entry.objType == VDIR) {
                 buckets.names.push_back(entry.name);
             } else if (entry.objType == VREG) {
                 ++buckets.rootFiles;
                 if (entry.linkCount < 2) buckets.rootFileBytes += entry.allocSize;
-                else buckets.rootLinkedFiles.push_back({entry.fileID, entry.linkCount, entry.allocSize});
+                else buckets.rootLinkedFiles.push_back(
+                    {entry.fileID, entry.linkCount, entry.allocSize, entry.device != 0 ? entry.device : dir->device()});
             }
         },
         EntryDetail::regularFilesOnly);

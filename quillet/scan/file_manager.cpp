@@ -53,7 +53,7 @@ void scanFileManager(const std::string& root, Agg& agg, const std::unordered_map
                     if (file.error().kind != ErrorKind::notFound) ++tally.errors;  // gone since the listing: not an error
                 } else {
                     ++tally.files;
-                    if (file->linkCount < 2 || agg.claimLinkedFile({file->fileID, file->linkCount, file->allocSize}))
+                    if (file->linkCount < 2 || agg.claimLinkedFile({file->fileID, file->linkCount, file->allocSize, file->device}))
                         tally.bytes[bucket] += file->allocSize;
                 }
             }

@@ -8,6 +8,7 @@
 #include "quillet/i18n/text.hpp"
 #include "quillet/i18n/width.hpp"
 #include "quillet/platform/printable.hpp"
+#include "quillet/platform/valid_utf8.hpp"
 #include "quillet/scan/fmt_bytes.hpp"
 
 namespace kelvor {
@@ -16,6 +17,7 @@ namespace {
 
 constexpr double WALL_FLOOR = 0.001;
 constexpr std::size_t STABLE_TOP = 20;
+static_assert(STABLE_TOP <= SNAPSHOT_TOP, "snapshots keep every bucket a ranking compares");
 constexpr std::size_t MATCH_TOP = 5;
 constexpr std::size_t NAME_COLUMNS = 34;
 
@@ -34,31 +36,29 @@ std::string formatted(const char* pattern, ...) {
 }
 
 // The largest bucket of a snapshot, as the live view would name it; "" while nothing is counted.
-std::string leaderColumn(const AggState& agg, const std::vector<std::uint64_t>& totals) {
-    std::set<std::size_t> top = topSet(totals, 1);
-    if (top.empty()) return "";
-    std::size_t index = *top.begin();
-    if (totals[index] == 0 || index >= agg.bucketNames.size()) return "";
-    return trf(S::scanReportLeader, {escapeControls(agg.bucketNames[index]), fmtBytes(totals[index])});
+std::string leaderColumn(const AggState& agg, const Snapshot& snapshot) {
+    if (snapshot.top.empty()) return "";
+    const BucketBytes& leader = snapshot.top.front();
+    if (leader.bytes == 0 || leader.index >= agg.bucketNames.size()) return "";
+    return trf(S::scanReportLeader, {escapeControls(validUtf8(agg.bucketNames[leader.index])), fmtBytes(leader.bytes)});
 }
 
 void appendProgress(std::string& out, const AggState& agg, const std::vector<Snapshot>& snapshots) {
     out += trf(S::scanReportProgressTitle) + "\n";
-    const std::vector<std::uint64_t>& last = snapshots.back().totals;
-    const std::uint64_t finalBytes = sum(last);
-    const std::set<std::size_t> finalTop = topSet(last, MATCH_TOP);
+    const std::uint64_t finalBytes = snapshots.back().bytes;
+    const std::set<std::size_t> finalTop = topSet(snapshots.back(), MATCH_TOP);
     const double settled = topSetStableTime(snapshots, STABLE_TOP).value_or(snapshots.back().t);
     for (std::size_t row : progressRows(snapshots.size(), PROGRESS_ROWS)) {
         const Snapshot& snapshot = snapshots[row];
         // An empty tree is fully known at once.
-        double share = finalBytes == 0 ? 100.0 : 100.0 * static_cast<double>(sum(snapshot.totals)) / static_cast<double>(finalBytes);
-        std::set<std::size_t> top = topSet(snapshot.totals, MATCH_TOP);
+        double share = finalBytes == 0 ? 100.0 : 100.0 * static_cast<double>(snapshot.bytes) / static_cast<double>(finalBytes);
+        std::set<std::size_t> top = topSet(snapshot, MATCH_TOP);
         std::size_t matched = 0;
         for (std::size_t index : top) matched += finalTop.count(index);
         // "✓" once the ranking the person sees has stopped changing.
         std::string settledMark = snapshot.t >= settled ? " ✓" : "  ";
         out += trf(S::scanReportProgressRow, {formatted("%.2f", snapshot.t), formatted("%3.0f", share),
-                                              std::to_string(matched), settledMark, leaderColumn(agg, snapshot.totals)});
+                                              std::to_string(matched), settledMark, leaderColumn(agg, snapshot)});
         // A row whose last column is empty would end in blanks.
         while (!out.empty() && out.back() == ' ') out.pop_back();
         out += "\n";
@@ -68,8 +68,9 @@ void appendProgress(std::string& out, const AggState& agg, const std::vector<Sna
 void appendTopBuckets(std::string& out, const AggState& agg, std::uint64_t rootFileBytes) {
     out += trf(S::scanReportTopTitle) + "\n";
     std::vector<std::pair<std::string, std::uint64_t>> rows;
+    // Empty buckets too: a folder that holds nothing is still a folder the person sees.
     for (std::size_t i = 0; i < agg.totals.size() && i < agg.bucketNames.size(); ++i)
-        if (agg.totals[i] > 0) rows.emplace_back(escapeControls(agg.bucketNames[i]), agg.totals[i]);
+        rows.emplace_back(escapeControls(validUtf8(agg.bucketNames[i])), agg.totals[i]);
     if (rootFileBytes > 0) rows.emplace_back(trf(S::scanFilesAtRoot), rootFileBytes);
     std::stable_sort(rows.begin(), rows.end(), [](const auto& a, const auto& b) { return a.second > b.second; });
     if (rows.size() > TOP_BUCKET_ROWS) rows.resize(TOP_BUCKET_ROWS);
@@ -90,19 +91,25 @@ std::set<std::size_t> topSet(const std::vector<std::uint64_t>& values, std::size
     return {order.begin(), order.begin() + static_cast<std::ptrdiff_t>(take)};
 }
 
+std::set<std::size_t> topSet(const Snapshot& snapshot, std::size_t k) {
+    std::set<std::size_t> top;
+    for (std::size_t i = 0; i < k && i < snapshot.top.size(); ++i) top.insert(snapshot.top[i].index);
+    return top;
+}
+
 std::optional<double> timeToFraction(const std::vector<Snapshot>& snapshots, double fraction) {
     if (snapshots.empty()) return std::nullopt;
-    const double target = fraction * static_cast<double>(sum(snapshots.back().totals));
+    const double target = fraction * static_cast<double>(snapshots.back().bytes);
     for (const Snapshot& snapshot : snapshots)
-        if (static_cast<double>(sum(snapshot.totals)) >= target) return snapshot.t;
+        if (static_cast<double>(snapshot.bytes) >= target) return snapshot.t;
     return std::nullopt;
 }
 
 std::optional<double> topSetStableTime(const std::vector<Snapshot>& snapshots, std::size_t k) {
     if (snapshots.empty()) return std::nullopt;
-    const std::set<std::size_t> last = topSet(snapshots.back().totals, k);
+    const std::set<std::size_t> last = topSet(snapshots.back(), k);
     std::size_t from = snapshots.size() - 1;
-    while (from > 0 && topSet(snapshots[from - 1].totals, k) == last) --from;
+    while (from > 0 && topSet(snapshots[from - 1], k) == last) --from;
     return snapshots[from].t;
 }
 
@@ -121,7 +128,7 @@ std::string report(std::string_view mode, const AggState& agg, double wall, std:
     const double flooredWall = std::max(wall, WALL_FLOOR);
     // Every figure below reads the growth record; a scan without one is its own single snapshot.
     std::vector<Snapshot> snapshots = agg.snapshots;
-    if (snapshots.empty()) snapshots.push_back({wall, agg.totals});
+    if (snapshots.empty()) snapshots.push_back(snapshotOf(wall, agg.totals));
 
     std::string out = "\n";
     auto line = [&](std::string text) { out += text + "\n"; };

@@ -1,7 +1,11 @@
 #include "quillet/scan/walker.hpp"
 
+#include <climits>
+#include <atomic>
+#include <cerrno>
 #include <memory>
 
+#include "quillet/platform/dir_failures.hpp"
 #include "quillet/platform/dirs.hpp"
 #include "quillet/platform/workers.hpp"
 
@@ -97,17 +101,59 @@ std::string childPath(const std::string& folder, const std::string& name) {
 
 namespace {
 
+// True for the failures of a folder that changed between its listing and its opening: removed, or
+// replaced by a link or a file. It is simply not there to measure, so it is not counted.
+bool changedMeanwhile(int code) { return code == ENOENT || code == ELOOP || code == ENOTDIR; }
+
+// A path the system can still open in one call, with room for one more name.
+constexpr std::size_t SHORT_PATH = PATH_MAX - NAME_MAX - 2;
+
+}  // namespace
+
+struct HeldDir {
+    HeldDir(OpenDir opened, std::atomic<int>& heldCount) : dir(std::move(opened)), held(heldCount) {
+        held.fetch_add(1, std::memory_order_relaxed);
+    }
+    ~HeldDir() { held.fetch_sub(1, std::memory_order_relaxed); }
+    HeldDir(const HeldDir&) = delete;
+    HeldDir& operator=(const HeldDir&) = delete;
+
+    OpenDir dir;
+    std::atomic<int>& held;
+};
+
+namespace {
+
+// The folder `item` names: relative to its anchor, one component at a time and never through a
+// link, or by its path when no anchor was kept.
+Result<OpenDir> openItem(const WorkItem& item) {
+    if (!item.anchor) return OpenDir::open(item.path);
+    std::string_view rest = std::string_view(item.path).substr(item.anchorLength);
+    while (rest.starts_with('/')) rest.remove_prefix(1);
+    size_t slash = rest.find('/');
+    if (slash == std::string_view::npos) return OpenDir::openAt(item.anchor->dir, std::string(rest));
+    Result<OpenDir> current = OpenDir::openAt(item.anchor->dir, std::string(rest.substr(0, slash)));
+    while (current && slash != std::string_view::npos) {
+        rest.remove_prefix(slash + 1);
+        slash = rest.find('/');
+        current = OpenDir::openAt(*current, std::string(rest.substr(0, slash)));
+    }
+    return current;
+}
+
 // One worker's private state: its buffer, its sums since the last flush, and the folders found in
 // the directory it holds. Nothing here is shared, so reading and adding up take no lock.
 struct Worker {
-    explicit Worker(Agg& target) : agg(target) {}
+    Worker(Agg& target, std::atomic<int>& heldCount) : agg(target), held(heldCount) {}
 
     Agg& agg;
+    std::atomic<int>& held;
     std::unique_ptr<std::byte[]> buffer{new std::byte[BUF_SIZE]};
     WorkerTally tally;
     std::uint64_t sinceFlush = 0;
     std::vector<WorkItem> children;
     const WorkItem* item = nullptr;
+    const OpenDir* dir = nullptr;
     std::uint64_t itemBytes = 0;
 
     void take(const BulkEntry& entry) {
@@ -117,8 +163,31 @@ struct Worker {
             ++tally.dirs;
         } else if (entry.objType == VREG) {
             ++tally.files;
-            if (entry.linkCount < 2 || agg.claimLinkedFile({entry.fileID, entry.linkCount, entry.allocSize}))
+            if (entry.linkCount < 2 ||
+                agg.claimLinkedFile({entry.fileID, entry.linkCount, entry.allocSize, deviceOf(entry)}))
                 itemBytes += entry.allocSize;
+        }
+    }
+
+    std::uint64_t deviceOf(const BulkEntry& entry) const { return entry.device != 0 ? entry.device : dir->device(); }
+
+    // Gives the folders found in `opened` the anchor they are opened from: the folder itself while
+    // few are held; else their path when it is short enough, else the anchor it was opened from.
+    void anchorChildren(const WorkItem& parent, OpenDir&& opened) {
+        if (children.empty()) return;
+        std::shared_ptr<const HeldDir> anchor = parent.anchor;
+        std::size_t anchorLength = parent.anchorLength;
+        bool longPaths = parent.path.size() >= SHORT_PATH;
+        if (held.load(std::memory_order_relaxed) < HELD_DIR_LIMIT || (longPaths && !anchor)) {
+            anchor = std::make_shared<const HeldDir>(std::move(opened), held);
+            anchorLength = parent.path.size();
+        } else if (!longPaths) {
+            anchor.reset();
+            anchorLength = 0;
+        }
+        for (WorkItem& child : children) {
+            child.anchor = anchor;
+            child.anchorLength = anchorLength;
         }
     }
 
@@ -127,9 +196,18 @@ struct Worker {
         while (std::optional<WorkItem> next = queue.pop()) {
             item = &*next;
             itemBytes = 0;
-            readDirBulk(next->path, buffer.get(), BUF_SIZE, tally.denied, tally.errors, sink,
-                        EntryDetail::regularFilesOnly);
-            if (itemBytes > 0) tally.bytes[next->bucket] += itemBytes;
+            Result<OpenDir> opened = openItem(*next);
+            next->anchor.reset();  // the parent stays open only while folders in it wait
+            if (!opened) {
+                if (!changedMeanwhile(opened.error().code))
+                    countReadFailure(opened.error().kind, tally.denied, tally.errors);
+            } else {
+                dir = &*opened;
+                readOpenDir(*opened, buffer.get(), BUF_SIZE, tally.denied, tally.errors, sink,
+                            EntryDetail::regularFilesOnly);
+                if (itemBytes > 0) tally.bytes[next->bucket] += itemBytes;
+                anchorChildren(*next, std::move(*opened));
+            }
             if (sinceFlush >= FLUSH_EVERY) {
                 agg.flush(tally);
                 sinceFlush = 0;
@@ -144,8 +222,9 @@ struct Worker {
 
 WalkEnd scanBulk(int threads, Agg& agg, std::vector<WorkItem> seeds, QueueOrder order, std::optional<Deadline> deadline) {
     WorkQueue queue(std::move(seeds), order, deadline);
+    std::atomic<int> held{0};
     runWorkers(threads < 1 ? 1 : threads, WORKER_STACK_BYTES, [&](int) {
-        Worker worker(agg);
+        Worker worker(agg, held);
         worker.run(queue);
     });
     return queue.cancelled() ? WalkEnd::cancelled : WalkEnd::finished;

@@ -5,6 +5,7 @@
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -23,10 +24,19 @@ inline constexpr std::size_t WORKER_STACK_BYTES = 1048576;
 // Consumed items at the front of a breadth-first queue before it may be compacted.
 inline constexpr std::size_t QUEUE_COMPACT_AT = 4096;
 
+// An open folder kept for the folders found in it, so they are opened relative to it.
+struct HeldDir;
+
+// Open folders the walker keeps at most for their children before it opens by path instead; well
+// under the usual limit of 1024 descriptors, whatever the depth of the tree.
+inline constexpr int HELD_DIR_LIMIT = 256;
+
 // A directory still to read, and the bucket its bytes count towards.
 struct WorkItem {
     std::string path;
     int bucket = 0;
+    std::shared_ptr<const HeldDir> anchor{};  // an open folder above it; none: open by path
+    std::size_t anchorLength = 0;             // the length of anchor's path, a prefix of `path`
 };
 
 enum class QueueOrder {
@@ -77,8 +87,10 @@ enum class WalkEnd { finished, cancelled };
 
 // Walks every tree in `seeds` with `threads` workers (at least 1, each on a WORKER_STACK_BYTES
 // stack), adding into `agg`: regular files' allocated bytes per bucket (a multiply-linked file
-// once, in the bucket met first), files, dirs, errors and denied. Symbolic links are never
-// followed or measured. Returns when every worker has ended; cancelled when the deadline passed
+// once per device and inode, in the bucket met first), files, dirs, errors and denied. Symbolic
+// links are never followed or measured: a folder is opened relative to its parent's descriptor
+// and never through a link, so one swapped for a link during the walk is skipped, and trees
+// deeper than the longest path the system accepts are measured whole. Returns when every worker has ended; cancelled when the deadline passed
 // before the walk was done.
 WalkEnd scanBulk(int threads, Agg& agg, std::vector<WorkItem> seeds, QueueOrder order,
                  std::optional<Deadline> deadline = std::nullopt);

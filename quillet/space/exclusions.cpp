@@ -10,6 +10,7 @@
 #include "quillet/records/json_record.hpp"
 #include "quillet/platform/file_stat.hpp"
 #include "quillet/platform/home.hpp"
+#include "quillet/platform/path_inside.hpp"
 #include "quillet/space/path_case.hpp"
 
 namespace kelvor {
@@ -86,12 +87,6 @@ std::string resolveExclusionLinks(const std::string& canonical) {
     std::filesystem::path resolved = std::filesystem::weakly_canonical(canonical, failed);
     if (failed) return canonical;
     return normalised(resolved.string());
-}
-
-bool pathWithin(std::string_view path, std::string_view folder) {
-    if (path == folder) return true;
-    if (folder == "/") return path.starts_with('/');
-    return path.size() > folder.size() && path.starts_with(folder) && path[folder.size()] == '/';
 }
 
 std::string exclusionRefusal() { return trf(S::exclusionRefusal); }
@@ -177,14 +172,26 @@ bool Exclusions::covers(std::string_view path) {
     std::string canonical = canonExclusion(path);
     std::string folded = foldPathCase(canonical);
     for (const std::string& entry : match->folded)
-        if (pathWithin(folded, entry)) return true;
+        if (pathInside(folded, entry)) return true;
     // Resolved forms are compared when resolution changed either side: a link into an excluded
     // folder, or an entry written through a link met by a path that is already resolved.
     std::string resolved = foldPathCase(resolveExclusionLinks(canonical));
     if (resolved == folded && !match->resolutionChangesEntries) return false;
     for (const std::string& entry : match->resolved)
-        if (pathWithin(resolved, entry)) return true;
+        if (pathInside(resolved, entry)) return true;
     return false;
+}
+
+std::vector<std::string> Exclusions::inside(std::string_view folder) {
+    std::vector<std::string> found;
+    std::string resolvedFolder = resolveExclusionLinks(canonExclusion(folder));
+    std::string foldedFolder = foldPathCase(resolvedFolder);
+    for (const std::string& entry : all()) {
+        std::string resolved = resolveExclusionLinks(entry);
+        std::string folded = foldPathCase(resolved);
+        if (folded != foldedFolder && pathInside(folded, foldedFolder)) found.push_back(resolved);
+    }
+    return found;
 }
 
 Result<RecordLock> Exclusions::holdFileLockLocked(LockWait wait) {
@@ -233,7 +240,7 @@ Result<void> Exclusions::add(std::string_view path) {
     std::lock_guard guard(lock_);
     return editLocked("added " + added, [&](std::set<std::string>& entries) {
         // The new entry covers everything inside it, and one path is one entry whatever its case.
-        std::erase_if(entries, [&](const std::string& entry) { return pathWithin(foldPathCase(entry), folded); });
+        std::erase_if(entries, [&](const std::string& entry) { return pathInside(foldPathCase(entry), folded); });
         entries.insert(added);
     });
 }

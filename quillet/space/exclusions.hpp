@@ -41,10 +41,6 @@ std::string canonExclusion(std::string_view path);
 // and the rest appended as written. The path unchanged when nothing can be resolved.
 std::string resolveExclusionLinks(const std::string& canonical);
 
-// True when `path` is `folder` or lies inside it, compared component by component ("/a/bc" is
-// not inside "/a/b"). Both must be in the same form; "/" holds every absolute path.
-bool pathWithin(std::string_view path, std::string_view folder);
-
 // "you asked never to be offered this — remove it from the exclusion list first", in the
 // current language: what a removal request for a covered path is refused with.
 std::string exclusionRefusal();
@@ -63,6 +59,10 @@ public:
     // True when `path` or a folder above it is excluded, case-insensitively and with symbolic
     // links resolved on both sides. True for every path while the list exists but cannot be read.
     bool covers(std::string_view path);
+
+    // The entries that lie strictly inside `folder`, with links resolved on both sides and case
+    // ignored; each returned with its links resolved.
+    std::vector<std::string> inside(std::string_view folder);
 
     // Adds `path` (canonicalised), dropping the entries inside it, and saves. An Error saying why
     // when the list could not be saved; the change then stands in this process until the file

@@ -1,10 +1,16 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <set>
+#include <thread>
 
 #include "quillet/clean/clean_plan.hpp"
+#include "quillet/log/log.hpp"
+#include "quillet/platform/login_shell.hpp"
 #include "tests/support/run_kelvor.hpp"
 #include "tests/support/disk_usage.hpp"
 #include "tests/support/temp_home.hpp"
@@ -60,6 +66,22 @@ TEST(CleanPlan, PathsPrintWithTheirControlCharactersEscaped) {
     EXPECT_NE(plan.find("/home/ada/link\\n"), std::string::npos) << plan;
 }
 
+TEST(CleanPlan, AChosenFolderNamesTheCatalogItemsItWouldSwallow) {
+    std::vector<Hit> hits = {hitOf("Pinokio", Tier::regenerate, true, "/p/cache", 10),
+                             hitOf("HuggingFace", Tier::redownload, false, "/p/cache/hf", 20),
+                             hitOf("Torch", Tier::review, true, "/p/cache/torch", 5),
+                             hitOf("Other", Tier::regenerate, true, "/p/cache-old", 5)};
+    std::vector<CleanTarget> plan = planFromHits(hits, {});
+    ASSERT_EQ(plan.size(), 2u);
+    EXPECT_EQ(plan[0].swallowed, (std::vector<std::string>{"/p/cache/hf", "/p/cache/torch"}));
+    EXPECT_TRUE(plan[1].swallowed.empty()) << "a sibling with a longer name is not inside";
+    EXPECT_NE(renderCleanPlan(plan, {}).find("2 other catalog item(s) live inside this folder and are not part of this "
+                                             "run — /p/cache/hf, /p/cache/torch"),
+              std::string::npos);
+    plan = planFromHits(hits, {{Tier::redownload, Tier::regenerate}, true, std::nullopt});
+    EXPECT_EQ(plan[0].swallowed, std::vector<std::string>{"/p/cache/torch"}) << "an item in the run is not swallowed";
+}
+
 TEST(CleanPlan, CommandLineListsTheStoresOfTheHomeFolderAndMovesNothing) {
     TempHome home;
     writeFile(home / ".cache/huggingface/hub/models--tiny/snapshots/a/model.safetensors", std::string(70000, 'w'));
@@ -92,6 +114,50 @@ TEST(CleanPlan, CommandLineListsTheStoresOfTheHomeFolderAndMovesNothing) {
     auto applyOnly = testing::runKelvorBinary({"--mode", "clean", "--apply"}, environment);
     EXPECT_TRUE(applyOnly.out.starts_with("--apply without --yes: showing the plan only")) << applyOnly.out;
     EXPECT_TRUE(fs::exists(home / ".npm/_cacache/content-v2/sha512/x"));
+}
+
+// True while any process still runs with `marker` in its command line.
+bool anyProcessCarries(const std::string& marker) {
+    for (const auto& entry : fs::directory_iterator("/proc")) {
+        std::string command = testing::readFile(entry.path() / "cmdline");
+        std::replace(command.begin(), command.end(), '\0', ' ');
+        if (command.find(marker) != std::string::npos) return true;
+    }
+    return false;
+}
+
+TEST(CleanPlan, AStubbornLoginProfileNeitherHoldsTheRunNorOutlivesIt) {
+    TempHome home;
+    const std::string marker = "kelvor-profile-job-" + std::to_string(::getpid());
+    std::string job = home / marker;
+    writeFile(job, "#!/bin/sh\nsleep 20\n");
+    fs::permissions(job, fs::perms::owner_all);
+    struct Case {
+        std::string what;
+        std::string profile;
+        std::string logged;
+    };
+    const Case cases[] = {
+        {"sleeps after closing its output", "exec >&-\n'" + job + "'\n", "not read — timed out"},
+        {"starts a background job", "'" + job + "' &\nprintf 'PIXI_HOME=/pixi\\0'\n", "1 relocation variable(s)"},
+        {"prints without end", "yes PIXI_HOME=/pixi\n", "not read — too much output"},
+    };
+    for (const Case& c : cases) {
+        std::string shell = home / "shell";
+        writeFile(shell, "#!/bin/sh\n" + c.profile);
+        fs::permissions(shell, fs::perms::owner_all);
+        auto started = std::chrono::steady_clock::now();
+        auto run = testing::runKelvorBinary({"--mode", "clean"}, {"LANG=C", "LANGUAGE=", "SHELL=" + shell, "PIXI_HOME="});
+        auto took = std::chrono::steady_clock::now() - started;
+        EXPECT_EQ(run.status, 0) << c.what << run.err;
+        EXPECT_LT(took, LOGIN_SHELL_TIME_LIMIT + std::chrono::seconds(1)) << c.what;
+        for (int tries = 0; tries < 100 && anyProcessCarries(marker); ++tries)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        EXPECT_FALSE(anyProcessCarries(marker)) << c.what << ": the profile's processes ended with the read";
+        EXPECT_NE(testing::readFile(KelvorLog::logPath()).find("login shell " + shell + ": " + c.logged), std::string::npos)
+            << c.what << "\n" << testing::readFile(KelvorLog::logPath());
+        fs::remove(KelvorLog::logPath());
+    }
 }
 
 TEST(CleanPlan, AnEmptyHomeHasNothingToClean) {

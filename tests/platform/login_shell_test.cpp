@@ -1,8 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
+#include <algorithm>
 #include <filesystem>
+#include <thread>
 
 #include "quillet/platform/login_shell.hpp"
+#include "quillet/platform/our_spawns.hpp"
 #include "tests/support/temp_home.hpp"
 
 namespace kelvor {
@@ -41,7 +46,7 @@ TEST(LoginShell, ReadsWhatARealShellPrints) {
     home.setEnv("KELVOR_TEST_MARK", "carried");
     // /bin/sh as a login shell reads the temporary home's profile, which exports one more value.
     testing::writeFile(home / ".profile", "export KELVOR_PROFILE_MARK=from-profile\n");
-    auto environment = readLoginShellEnvironment("/bin/sh", 5000ms);
+    auto environment = readLoginShellEnvironment("/bin/sh", 5000ms).environment;
     EXPECT_EQ(environment["KELVOR_TEST_MARK"], "carried");
     EXPECT_EQ(environment["KELVOR_PROFILE_MARK"], "from-profile");
 }
@@ -49,23 +54,65 @@ TEST(LoginShell, ReadsWhatARealShellPrints) {
 TEST(LoginShell, ArgumentsAreLoginThenCommand) {
     TempHome home;
     std::string shell = writeShell(home, "args", "printf 'ONE=%s\\0TWO=%s\\0THREE=%s\\0' \"$1\" \"$2\" \"$3\"\n");
-    auto environment = readLoginShellEnvironment(shell, 5000ms);
+    auto environment = readLoginShellEnvironment(shell, 5000ms).environment;
     EXPECT_EQ(environment, (std::map<std::string, std::string>{{"ONE", "-l"}, {"TWO", "-c"}, {"THREE", "/usr/bin/env -0"}}));
 }
 
-TEST(LoginShell, EveryFailureIsEmpty) {
+// True while any process still runs with `marker` in its command line.
+bool anyProcessCarries(const std::string& marker) {
+    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+        std::string command = testing::readFile(entry.path() / "cmdline");
+        std::replace(command.begin(), command.end(), '\0', ' ');
+        if (command.find(marker) != std::string::npos) return true;
+    }
+    return false;
+}
+
+TEST(LoginShell, EveryFailureIsEmptyAndSaysWhy) {
     TempHome home;
     struct Case {
         std::string what;
         std::string shell;
+        std::optional<LoginReadFailure> failure;
     };
     const Case cases[] = {
-        {"missing", home / "no-such-shell"},
-        {"non-zero exit", writeShell(home, "fails", "printf 'A=1\\0'\nexit 3\n")},
-        {"killed after the limit", writeShell(home, "hangs", "printf 'A=1\\0'\nexec sleep 30\n")},
-        {"not executable", home.path()},
+        {"missing", home / "no-such-shell", LoginReadFailure::cannotStart},
+        {"non-zero exit", writeShell(home, "fails", "printf 'A=1\\0'\nexit 3\n"), LoginReadFailure::exitedNonZero},
+        {"killed after the limit", writeShell(home, "hangs", "printf 'A=1\\0'\nexec sleep 30\n"), LoginReadFailure::timedOut},
+        {"closes its output, then sleeps", writeShell(home, "closes", "printf 'A=1\\0'\nexec >&-\nsleep 20\n"),
+         LoginReadFailure::timedOut},
+        {"prints without end", writeShell(home, "floods", "yes KELVOR_FLOOD=xxxxxxxxxxxxxxxx\n"),
+         LoginReadFailure::tooMuchOutput},
     };
-    for (const Case& c : cases) EXPECT_TRUE(readLoginShellEnvironment(c.shell, 300ms).empty()) << c.what;
+    for (const Case& c : cases) {
+        auto started = std::chrono::steady_clock::now();
+        LoginShellRead read = readLoginShellEnvironment(c.shell, 500ms);
+        EXPECT_LT(std::chrono::steady_clock::now() - started, 1500ms) << c.what;
+        EXPECT_TRUE(read.environment.empty()) << c.what;
+        EXPECT_EQ(read.failure, c.failure) << c.what;
+    }
+    EXPECT_TRUE(OurSpawns::all().empty()) << "every shell was reaped and forgotten";
+}
+
+TEST(LoginShell, ABackgroundJobNeitherSpoilsTheReadNorOutlivesIt) {
+    TempHome home;
+    const std::string marker = "kelvor-background-" + std::to_string(::getpid());
+    std::string sleeper = writeShell(home, marker, "sleep 30\n");
+    std::string shell = writeShell(home, "background", "'" + sleeper + "' &\nprintf 'A=1\\0'\n");
+    auto started = std::chrono::steady_clock::now();
+    LoginShellRead read = readLoginShellEnvironment(shell, 3000ms);
+    EXPECT_LT(std::chrono::steady_clock::now() - started, 2000ms) << "the read ends with the shell, not the pipe";
+    EXPECT_EQ(read.failure, std::nullopt);
+    EXPECT_EQ(read.environment, (std::map<std::string, std::string>{{"A", "1"}}));
+    for (int tries = 0; tries < 100 && anyProcessCarries(marker); ++tries) std::this_thread::sleep_for(10ms);
+    EXPECT_FALSE(anyProcessCarries(marker)) << "the profile's job ended with the read";
+}
+
+TEST(OurSpawns, RecordsAndForgets) {
+    OurSpawns::add(424242);
+    EXPECT_TRUE(OurSpawns::contains(424242));
+    OurSpawns::remove(424242);
+    EXPECT_FALSE(OurSpawns::contains(424242));
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <set>
 
+#include "quillet/clean/clean_plan.hpp"
 #include "quillet/log/log.hpp"
 #include "quillet/rules/catalog.hpp"
 #include "quillet/rules/hits.hpp"
@@ -29,7 +30,7 @@ Rule folderRule(std::string owner, std::string component, std::string sub, bool 
 }
 
 Hit hitOf(const std::string& path, std::uint64_t bytes, std::uint64_t shared = 0) {
-    Hit hit{folderRule("Tool", "모델", ""), {}, std::nullopt, path, std::nullopt};
+    Hit hit{folderRule("Tool", "모델", ""), {}, std::nullopt, path, std::nullopt, {}};
     hit.stat.bytes = bytes;
     hit.stat.shared = shared;
     return hit;
@@ -102,6 +103,65 @@ TEST(CollectHits, DropsEmptyExcludedAndOwnStoresAndKeepsOrder) {
     ASSERT_EQ(steps.size(), resolved.size());
     EXPECT_EQ(steps.back().storesDone, resolved.size());
     EXPECT_EQ(steps.back().bytesSoFar, 20 * GB);
+}
+
+TreeStat measuredOnDisk(const std::string& path, int threads) { return measureTree(path, threads, std::chrono::seconds(30)); }
+
+TEST(DedupeNested, ThreeLevelsSumToTheBytesOnDiskOnce) {
+    TempHome home;
+    // A Pinokio-like cache holding HF_HOME holding the hub, each level with files of its own.
+    writeFile(home / "pinokio/cache/own", std::string(40000, 'p'));
+    writeFile(home / "pinokio/cache/HF_HOME/own", std::string(20000, 'f'));
+    writeFile(home / "pinokio/cache/HF_HOME/hub/blob", std::string(90000, 'h'));
+    std::vector<ResolvedRule> resolved;
+    for (const char* sub : {"pinokio/cache", "pinokio/cache/HF_HOME", "pinokio/cache/HF_HOME/hub"})
+        resolved.push_back({folderRule(sub, "모델", sub), home / sub, std::nullopt, std::nullopt});
+    std::vector<Hit> hits = collectHitsFrom(resolved, 2, {}, measuredOnDisk);
+    ASSERT_EQ(hits.size(), 3u);
+    EXPECT_EQ(hits[0].stat.bytes + hits[1].stat.bytes + hits[2].stat.bytes, allocatedBytesBelow(home / "pinokio/cache"));
+    EXPECT_EQ(hits[1].stat.bytes, allocatedBytesBelow(home / "pinokio/cache/HF_HOME") -
+                                      allocatedBytesBelow(home / "pinokio/cache/HF_HOME/hub"))
+        << "the middle folder keeps its own files";
+    EXPECT_GT(hits[1].stat.bytes, 0u);
+}
+
+TEST(CollectHits, AnExcludedFolderInsideAStoreBlocksItAndLeavesItsBytesOut) {
+    TempHome home;
+    std::string store = home / ".config/google-chrome";
+    writeFile(store + "/Default/Cache/Cache_Data/data_1", std::string(70000, 'c'));
+    writeFile(store + "/Default/Code Cache/js/index", std::string(30000, 'j'));
+    ASSERT_TRUE(Exclusions::shared().add(store + "/Default/Cache/Cache_Data"));
+    std::vector<ResolvedRule> resolved = {{folderRule("Chrome", "캐시", ".config/google-chrome"), store, std::nullopt, std::nullopt}};
+    std::vector<Hit> hits = collectHitsFrom(resolved, 2, {}, measuredOnDisk);
+    ASSERT_EQ(hits.size(), 1u) << "the store stays in the list";
+    EXPECT_EQ(hits[0].excludedInside, std::vector<std::string>{store + "/Default/Cache/Cache_Data"});
+    EXPECT_EQ(hits[0].stat.bytes, allocatedBytesBelow(store) - allocatedBytesBelow(store + "/Default/Cache/Cache_Data"));
+
+    std::vector<CleanTarget> plan = planFromHits(hits, {});
+    ASSERT_EQ(plan.size(), 1u);
+    EXPECT_TRUE(plan[0].blocked());
+    std::string printed = renderCleanPlan(plan, {});
+    EXPECT_NE(printed.find("Nothing to clean."), std::string::npos) << printed;
+    EXPECT_NE(printed.find("   guard-blocked:\n"), std::string::npos) << printed;
+    EXPECT_NE(printed.find("holds " + store + "/Default/Cache/Cache_Data, which you asked never to be offered"),
+              std::string::npos)
+        << printed;
+
+    // The same store holding a nested store around the excluded folder: every byte but the
+    // excluded ones is counted once, by one of the two.
+    resolved.push_back({folderRule("Chrome", "캐시", "Default/Cache"), store + "/Default/Cache", std::nullopt, std::nullopt});
+    writeFile(store + "/Default/Cache/index", std::string(9000, 'i'));
+    hits = collectHitsFrom(resolved, 2, {}, measuredOnDisk);
+    ASSERT_EQ(hits.size(), 2u);
+    EXPECT_EQ(hits[0].stat.bytes + hits[1].stat.bytes,
+              allocatedBytesBelow(store) - allocatedBytesBelow(store + "/Default/Cache/Cache_Data"));
+    EXPECT_FALSE(hits[1].excludedInside.empty()) << "the nested store is blocked too";
+    resolved.pop_back();
+
+    ASSERT_TRUE(Exclusions::shared().remove(store + "/Default/Cache/Cache_Data"));
+    hits = collectHitsFrom(resolved, 2, {}, measuredOnDisk);
+    EXPECT_TRUE(hits[0].excludedInside.empty()) << "nothing excluded inside any more";
+    EXPECT_EQ(hits[0].stat.bytes, allocatedBytesBelow(store));
 }
 
 TEST(CollectHits, EvidenceMustHoldAtThePath) {

@@ -27,7 +27,8 @@ TEST(Sampler, RecordsAtOnceAndNothingAfterStop) {
     agg.sample();
     AggState state = agg.state();
     ASSERT_EQ(state.snapshots.size(), taken + 1) << "nothing samples after stop";
-    EXPECT_EQ(state.snapshots.back().totals, std::vector<std::uint64_t>{10});
+    EXPECT_EQ(state.snapshots.back().bytes, 10u);
+    EXPECT_EQ(state.snapshots.back().top, (std::vector<BucketBytes>{{0, 10}}));
     EXPECT_TRUE(tally.empty()) << "a flush empties the worker's tally";
 }
 

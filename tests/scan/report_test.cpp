@@ -28,7 +28,8 @@ TEST(TopSet, LargestValuesWithEarlierIndexWinningTies) {
 }
 
 TEST(TimeToFraction, FirstSnapshotThatReachesTheShareOfTheLast) {
-    const std::vector<Snapshot> snapshots = {{0.0, {0, 0}}, {0.05, {10, 20}}, {0.1, {40, 30}}, {0.15, {60, 40}}};
+    const std::vector<Snapshot> snapshots = {snapshotOf(0.0, {0, 0}), snapshotOf(0.05, {10, 20}),
+                                             snapshotOf(0.1, {40, 30}), snapshotOf(0.15, {60, 40})};
     struct Case {
         double fraction;
         std::optional<double> expected;
@@ -40,8 +41,9 @@ TEST(TimeToFraction, FirstSnapshotThatReachesTheShareOfTheLast) {
 
 TEST(TopSetStableTime, TheSetMustReachTheFinalOneAndStay) {
     // Bucket 2 leads, falls behind, then leads again for good at 0.3.
-    const std::vector<Snapshot> snapshots = {
-        {0.0, {0, 0, 5}}, {0.1, {0, 9, 5}}, {0.2, {9, 9, 5}}, {0.3, {9, 10, 20}}, {0.4, {9, 11, 20}}};
+    const std::vector<Snapshot> snapshots = {snapshotOf(0.0, {0, 0, 5}), snapshotOf(0.1, {0, 9, 5}),
+                                             snapshotOf(0.2, {9, 9, 5}), snapshotOf(0.3, {9, 10, 20}),
+                                             snapshotOf(0.4, {9, 11, 20})};
     EXPECT_EQ(topSetStableTime(snapshots, 1), 0.3);
     EXPECT_EQ(topSetStableTime(snapshots, 2), 0.3) << "{1, 2} only from 0.3 on";
     EXPECT_EQ(topSetStableTime(snapshots, 3), 0.0) << "every bucket is always in a set of three";
@@ -69,7 +71,8 @@ TEST(Report, EveryLineInItsFormat) {
     agg.dirs = 2;
     agg.hardlinkDupes = 1;
     agg.denied = 2;
-    agg.snapshots = {{0.0, {0, 0, 0}}, {0.05, {0, 1000, 0}}, {0.1, {2000, 1000, 0}}, {0.15, {3000, 1000, 0}}};
+    agg.snapshots = {snapshotOf(0.0, {0, 0, 0}), snapshotOf(0.05, {0, 1000, 0}), snapshotOf(0.1, {2000, 1000, 0}),
+                     snapshotOf(0.15, {3000, 1000, 0})};
     const std::string expected =
         "\n"
         "=== par ===\n"
@@ -90,7 +93,8 @@ TEST(Report, EveryLineInItsFormat) {
         "  --- top 12 buckets ---\n"
         "    1. a                                  3.0 KB\n"
         "    2. b                                  1.0 KB\n"
-        "    3. (files at root)                    500.0 B\n";
+        "    3. (files at root)                    500.0 B\n"
+        "    4. c                                  0.0 B\n";
     EXPECT_EQ(report("par", agg, 0.2, 500), expected);
 }
 
@@ -99,7 +103,7 @@ TEST(Report, BucketNamesPrintWithTheirControlCharactersEscaped) {
     AggState agg;
     agg.bucketNames = {"\x1b]0;retitled\x07", "ok\rforged  99. line"};
     agg.totals = {2000, 1000};
-    agg.snapshots = {{0.1, {2000, 1000}}};
+    agg.snapshots = {snapshotOf(0.1, {2000, 1000})};
     std::string text = report("par", agg, 0.1, 0);
     EXPECT_EQ(text.find('\x1b'), std::string::npos) << text;
     EXPECT_EQ(text.find('\r'), std::string::npos) << text;
@@ -111,7 +115,7 @@ TEST(Report, BucketNamesPrintWithTheirControlCharactersEscaped) {
 TEST(Report, AnEmptyTreeDividesByTheFlooredWallTime) {
     forceAppLang(AppLang::en);
     AggState agg;
-    agg.snapshots = {{0.0, {}}};
+    agg.snapshots = {snapshotOf(0.0, {})};
     std::string text = report("par", agg, 0.0, 0);
     EXPECT_NE(text.find("  total scanned      : 0.0 B  (0 files, 0 dirs)\n"), std::string::npos) << text;
     EXPECT_NE(text.find("  t@95% of bytes     : 0.00 s\n"), std::string::npos) << text;
@@ -120,6 +124,34 @@ TEST(Report, AnEmptyTreeDividesByTheFlooredWallTime) {
     EXPECT_EQ(text.find("nan"), std::string::npos) << text;
     EXPECT_EQ(text.find("inf"), std::string::npos) << text;
     EXPECT_TRUE(text.ends_with("  --- top 12 buckets ---\n")) << text;
+}
+
+TEST(Report, NamesThatAreNotUtf8AreShownWithReplacementsAndEmptyBucketsAreListed) {
+    forceAppLang(AppLang::en);
+    AggState agg;
+    agg.bucketNames = {"caf\xE9", "empty", "ok"};
+    agg.totals = {2000, 0, 1000};
+    agg.snapshots = {snapshotOf(0.1, agg.totals)};
+    std::string text = report("par", agg, 0.1, 0);
+    EXPECT_NE(text.find("    1. caf\xEF\xBF\xBD "), std::string::npos) << text;
+    EXPECT_NE(text.find("largest so far: caf\xEF\xBF\xBD (2.0 KB)"), std::string::npos) << text;
+    EXPECT_EQ(text.find("caf\xE9"), std::string::npos) << "the raw byte never reaches the report";
+    EXPECT_NE(text.find("    3. empty "), std::string::npos) << text;
+}
+
+TEST(SnapshotOf, KeepsTheSumAndOnlyTheLargestBuckets) {
+    std::vector<std::uint64_t> totals(300000, 1);
+    totals[123456] = 900;
+    totals[7] = 50;
+    totals[299999] = 50;
+    Snapshot snapshot = snapshotOf(0.5, totals);
+    EXPECT_EQ(snapshot.bytes, 300000u - 3 + 900 + 50 + 50);
+    ASSERT_EQ(snapshot.top.size(), SNAPSHOT_TOP) << "bounded whatever the number of buckets";
+    EXPECT_EQ(snapshot.top[0], (BucketBytes{123456, 900}));
+    EXPECT_EQ(snapshot.top[1], (BucketBytes{7, 50})) << "earlier index first on ties";
+    EXPECT_EQ(snapshot.top[2], (BucketBytes{299999, 50}));
+    EXPECT_EQ(snapshot.top[3], (BucketBytes{0, 1}));
+    EXPECT_EQ(topSet(snapshot, 5), topSet(totals, 5)) << "the snapshot ranks as the full totals do";
 }
 
 }  // namespace

@@ -2,7 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
+#include <thread>
 
 #include "tests/support/disk_usage.hpp"
 #include "tests/support/temp_home.hpp"
@@ -102,6 +111,133 @@ TEST(Walker, AnUnreadableFolderIsDeniedAndItsSiblingsAreStillRead) {
     EXPECT_EQ(*answer, std::to_string(allocatedBytes(root + "/a/open/visible.bin")) + " " +
                            std::to_string(allocatedBytes(root + "/b/other.bin")) + " 2 1 0")
         << "bucket a, bucket b, files, denied, errors";
+}
+
+// Mounts a small tmpfs at `path` for the life of the object (root only).
+class TmpfsMount {
+public:
+    explicit TmpfsMount(const std::string& path) : path_(path) {
+        fs::create_directories(path);
+        mounted_ = ::mount("tmpfs", path.c_str(), "tmpfs", 0, "size=4m") == 0;
+    }
+    ~TmpfsMount() {
+        if (mounted_) ::umount2(path_.c_str(), MNT_DETACH);
+    }
+    bool mounted() const { return mounted_; }
+
+private:
+    std::string path_;
+    bool mounted_ = false;
+};
+
+std::uint64_t inodeOf(const std::string& path) {
+    struct stat info {};
+    return ::lstat(path.c_str(), &info) == 0 ? info.st_ino : 0;
+}
+
+TEST(Walker, HardLinksAreOncePerFileSystemAndInode) {
+    if (::geteuid() != 0) GTEST_SKIP() << "mounting needs root";
+    TempHome home;
+    std::string root = home / "root";
+    TmpfsMount first(root + "/one"), second(root + "/two");
+    ASSERT_TRUE(first.mounted() && second.mounted()) << std::strerror(errno);
+    // Fresh tmpfs mounts number their files alike, so the two files share an inode number.
+    for (const char* mount : {"/one", "/two"}) {
+        writeFile(root + mount + "/data/file.bin", std::string(40000, 'f'));
+        fs::create_hard_link(root + mount + "/data/file.bin", root + mount + "/data/again.bin");
+    }
+    ASSERT_EQ(inodeOf(root + "/one/data/file.bin"), inodeOf(root + "/two/data/file.bin"))
+        << "the test needs equal inode numbers on the two mounts";
+    const std::uint64_t size = allocatedBytes(root + "/one/data/file.bin");
+    for (QueueOrder order : {QueueOrder::depthFirst, QueueOrder::breadthFirst}) {
+        AggState state = walk(root, {"one", "two"}, 2, order);
+        EXPECT_EQ(state.totals, (std::vector<std::uint64_t>{size, size})) << "each file system's file counts once";
+        EXPECT_EQ(state.hardlinkDupes, 2u);
+    }
+}
+
+// Builds `depth` nested folders "d" (each with an empty sibling "s" and a small file) below
+// `top`, one level at a time through descriptors: the whole path is far longer than PATH_MAX.
+std::uint64_t buildDeepTree(const std::string& top, int depth) {
+    fs::create_directories(top);
+    int current = ::open(top.c_str(), O_RDONLY | O_DIRECTORY);
+    std::uint64_t bytes = 0;
+    for (int level = 0; level < depth && current >= 0; ++level) {
+        ::mkdirat(current, "d", 0755);
+        ::mkdirat(current, "s", 0755);
+        int file = ::openat(current, "f", O_WRONLY | O_CREAT, 0644);
+        EXPECT_EQ(::write(file, "x", 1), 1);
+        ::close(file);
+        struct stat info {};
+        ::fstatat(current, "f", &info, 0);
+        bytes += static_cast<std::uint64_t>(info.st_blocks) * 512;
+        int next = ::openat(current, "d", O_RDONLY | O_DIRECTORY);
+        ::close(current);
+        current = next;
+    }
+    EXPECT_GE(current, 0);
+    ::close(current);
+    return bytes;
+}
+
+// Removes what buildDeepTree made, climbing back up with "..": no full path is ever needed.
+void removeDeepTree(const std::string& top) {
+    int current = ::open(top.c_str(), O_RDONLY | O_DIRECTORY);
+    int depth = 0;
+    for (int next; (next = ::openat(current, "d", O_RDONLY | O_DIRECTORY | O_NOFOLLOW)) >= 0; ++depth) {
+        ::close(current);
+        current = next;
+    }
+    for (; depth >= 0; --depth) {
+        ::unlinkat(current, "f", 0);
+        ::unlinkat(current, "s", AT_REMOVEDIR);
+        ::unlinkat(current, "d", AT_REMOVEDIR);
+        int parent = ::openat(current, "..", O_RDONLY | O_DIRECTORY);
+        ::close(current);
+        current = parent;
+    }
+    ::close(current);
+    fs::remove_all(top);
+}
+
+TEST(Walker, ATreeDeeperThanAnyPathIsMeasuredWhole) {
+    TempHome home;
+    constexpr int DEPTH = 5000;
+    std::uint64_t expected = buildDeepTree(home / "root/deep", DEPTH);
+    for (QueueOrder order : {QueueOrder::depthFirst, QueueOrder::breadthFirst}) {
+        AggState state = walk(home / "root", {"deep"}, 2, order);
+        EXPECT_EQ(state.errors, 0u) << static_cast<int>(order);
+        EXPECT_EQ(state.denied, 0u) << static_cast<int>(order);
+        EXPECT_EQ(state.files, static_cast<std::uint64_t>(DEPTH)) << static_cast<int>(order);
+        EXPECT_EQ(state.dirs, static_cast<std::uint64_t>(2 * DEPTH)) << static_cast<int>(order);
+        EXPECT_EQ(state.totals, std::vector<std::uint64_t>{expected}) << static_cast<int>(order);
+    }
+    removeDeepTree(home / "root/deep");
+}
+
+TEST(Walker, AFolderSwappedForALinkDuringTheWalkIsNotFollowed) {
+    TempHome home;
+    writeFile(home / "outside/huge.bin", std::string(1 << 20, 'o'));
+    std::string root = home / "root";
+    for (int i = 0; i < 50; ++i) writeFile(root + "/a/x/sub" + std::to_string(i) + "/small", "s");
+    const std::uint64_t outside = allocatedBytes(home / "outside/huge.bin");
+    // A second thread keeps swapping the folder "x" for a link to "outside" and back.
+    std::atomic<bool> stop{false};
+    std::thread swapper([&] {
+        while (!stop) {
+            fs::rename(root + "/a/x", root + "/a/x.real");
+            fs::create_directory_symlink(home / "outside", root + "/a/x");
+            std::this_thread::yield();
+            fs::remove(root + "/a/x");
+            fs::rename(root + "/a/x.real", root + "/a/x");
+        }
+    });
+    for (int round = 0; round < 300; ++round) {
+        AggState state = walk(root, {"a"}, 2);
+        ASSERT_LT(state.totals[0], outside) << "round " << round << " followed the link out of the tree";
+    }
+    stop = true;
+    swapper.join();
 }
 
 }  // namespace

@@ -20,13 +20,9 @@ static_assert(BULK_FILE_ATTRS == (ATTR_FILE_LINKCOUNT | ATTR_FILE_ALLOCSIZE));
 static_assert(FSOPT_PACK_INVAL_ATTRS == 8 && ATTR_BIT_MAP_COUNT == BULK_BITMAP_COUNT);
 
 // The bulk call returns every attribute of every entry at once, so `detail` changes nothing here.
-bool readDirBulk(const std::string& path, std::byte* buf, std::size_t bufSize, std::uint64_t& denied,
+bool readOpenDir(const OpenDir& dir, std::byte* buf, std::size_t bufSize, std::uint64_t& denied,
                  std::uint64_t& errors, const EntrySink& sink, EntryDetail) {
-    int fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd < 0) {
-        countReadFailure(errorKindOf(errno), denied, errors);
-        return false;
-    }
+    const int fd = dir.descriptor();
     struct attrlist request {};
     request.bitmapcount = BULK_BITMAP_COUNT;
     request.commonattr = BULK_COMMON_ATTRS;
@@ -35,17 +31,14 @@ bool readDirBulk(const std::string& path, std::byte* buf, std::size_t bufSize, s
         int count = ::getattrlistbulk(fd, &request, buf, bufSize, FSOPT_PACK_INVAL_ATTRS);
         if (count < 0) {
             countReadFailure(errorKindOf(errno), denied, errors);
-            ::close(fd);
             return false;
         }
         if (count == 0) break;
         if (!decodeAttrRecords(std::span<const std::byte>(buf, bufSize), static_cast<std::uint32_t>(count), errors,
                                sink)) {
-            ::close(fd);
             return false;
         }
     }
-    ::close(fd);
     return true;
 }
 

@@ -4,6 +4,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -35,6 +36,7 @@ void fillFromStatx(const struct statx& info, BulkEntry& entry) {
     entry.linkCount = info.stx_nlink;
     entry.allocSize = (info.stx_mask & STATX_BLOCKS) ? info.stx_blocks * 512 : 0;
     entry.mtime = info.stx_mtime.tv_sec;
+    entry.device = makedev(info.stx_dev_major, info.stx_dev_minor);
 }
 
 bool isDotOrDotDot(const char* name) {
@@ -52,20 +54,15 @@ constexpr std::size_t NAME_OFFSET = 19;  // offsetof(linux_dirent64, d_name)
 
 }  // namespace
 
-bool readDirBulk(const std::string& path, std::byte* buf, std::size_t bufSize, std::uint64_t& denied,
+bool readOpenDir(const OpenDir& dir, std::byte* buf, std::size_t bufSize, std::uint64_t& denied,
                  std::uint64_t& errors, const EntrySink& sink, EntryDetail detail) {
-    int fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd < 0) {
-        countReadFailure(errorKindOf(errno), denied, errors);
-        return false;
-    }
+    const int fd = dir.descriptor();
     // One entry object for the whole directory, so its name's storage is reused, not reallocated.
     BulkEntry entry;
     for (;;) {
         long got = ::syscall(SYS_getdents64, fd, buf, bufSize);
         if (got < 0) {
             countReadFailure(errorKindOf(errno), denied, errors);
-            ::close(fd);
             return false;
         }
         if (got == 0) break;
@@ -79,7 +76,6 @@ bool readDirBulk(const std::string& path, std::byte* buf, std::size_t bufSize, s
             std::memcpy(&head.type, buf + at + 18, 1);
             if (head.reclen <= NAME_OFFSET || at + head.reclen > end) {
                 ++errors;
-                ::close(fd);
                 return false;
             }
             const char* name = reinterpret_cast<const char*>(buf + at + NAME_OFFSET);
@@ -103,11 +99,11 @@ bool readDirBulk(const std::string& path, std::byte* buf, std::size_t bufSize, s
                 entry.linkCount = 0;
                 entry.allocSize = 0;
                 entry.mtime = 0;
+                entry.device = 0;
             }
             sink(entry);
         }
     }
-    ::close(fd);
     return true;
 }
 
