@@ -11,6 +11,7 @@
 #include "quillet/main/support_modes.hpp"
 #include "quillet/scan/harness.hpp"
 #include "quillet/space/exclude_mode.hpp"
+#include "quillet/space/unclaimed_mode.hpp"
 
 namespace kelvor {
 
@@ -32,7 +33,7 @@ constexpr ModeEntry MODE_TABLE[] = {
     {"detect", runUnavailable},
     {"quarantine", runUnavailable},
     {"forget", runUnavailable},
-    {"unclaimed", runUnavailable},
+    {"unclaimed", runUnclaimedMode},
     {"oneclick", runUnavailable},
     {"ruleaudit", runUnavailable},
     {"audit", runUnavailable},
