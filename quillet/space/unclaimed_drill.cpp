@@ -28,6 +28,7 @@ void drillInto(const std::string& path, const std::vector<Hit>& hits, std::uint6
     }
     std::stable_sort(found.begin(), found.end(),
                      [](const DrillRow& a, const DrillRow& b) { return a.unclaimed > b.unclaimed; });
+    if (found.size() > DRILL_WIDTH) found.resize(DRILL_WIDTH);
     for (DrillRow& row : found) {
         std::string child = row.path;
         rows.push_back(std::move(row));

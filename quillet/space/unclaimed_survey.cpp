@@ -1,12 +1,14 @@
 #include "quillet/space/unclaimed_survey.hpp"
 
 #include <algorithm>
+#include <atomic>
 #include <filesystem>
 #include <memory>
 #include <unordered_set>
 
 #include "quillet/platform/dirs.hpp"
 #include "quillet/platform/home.hpp"
+#include "quillet/platform/workers.hpp"
 #include "quillet/rules/hits.hpp"
 #include "quillet/scan/agg.hpp"
 #include "quillet/scan/walker.hpp"
@@ -41,9 +43,9 @@ std::unordered_set<std::string> foldersOnTheWay(const std::string& home, const s
     return onTheWay;
 }
 
-// One top-level tree: the shallow folders are opened here, one by one, so each gets a size of its
-// own; every folder below them is a seed of one walker run with a bucket of its own. Each folder is
-// read exactly once.
+// One top-level tree: the shallow folders are listed first, level by level, so each gets a size of
+// its own; every folder below them is a seed of one walker run with a bucket of its own. Each folder
+// is read exactly once, and both stages spread their folders over the workers.
 class TreeSurvey {
 public:
     TreeSurvey(const std::string& home, const SurveySkip& skip, const std::unordered_set<std::string>& onTheWay)
@@ -58,11 +60,11 @@ public:
     Outcome run(const std::string& root, int threads, std::chrono::milliseconds limit, FolderSizes& out) {
         const Deadline deadline = std::chrono::steady_clock::now() + limit;
         Outcome outcome;
-        nodes_.push_back({root, 0, {}, -1});
-        for (size_t at = 0; at < nodes_.size(); ++at) {
-            if (nodes_[at].bucket >= 0) continue;
-            const bool read = open(at);
-            if (at == 0 && !read) return outcome;
+        nodes_.push_back({root, 0, {}, -1, 0});
+        for (std::vector<size_t> level = {0}; !level.empty();) {
+            std::vector<Listing> listings = listAll(level, threads);
+            if (level.front() == 0 && !listings.front().read) return outcome;
+            level = adopt(level, listings);
         }
         outcome.listed = true;
 
@@ -98,35 +100,76 @@ public:
 private:
     struct Node {
         std::string path;
-        std::uint64_t ownBytes = 0;  // regular files directly inside, when the node was opened here
+        std::uint64_t ownBytes = 0;  // regular files directly inside, when the node was listed here
         std::vector<size_t> children;
         int bucket = -1;  // the seed's bucket, for a folder the walker measures
         int depth = 0;
     };
 
-    // Reads one shallow folder: its files count towards it, its sub-folders become nodes.
-    bool open(size_t at) {
-        const std::string path = nodes_[at].path;
-        const int depth = nodes_[at].depth;
-        return readDirBulk(
-            path, buffer_.get(), BUF_SIZE, denied_, errors_,
+    // What one shallow folder holds, read apart from the shared state so workers need no lock.
+    struct Listing {
+        bool read = false;
+        std::uint64_t ownBytes = 0;
+        std::vector<LinkSighting> linked;
+        std::vector<std::string> folders;
+        std::uint64_t denied = 0;
+        std::uint64_t errors = 0;
+    };
+
+    Listing list(const std::string& path, std::byte* buffer) const {
+        Listing listing;
+        listing.read = readDirBulk(
+            path, buffer, BUF_SIZE, listing.denied, listing.errors,
             [&](const BulkEntry& entry) {
                 if (entry.objType == VREG) {
-                    if (entry.linkCount < 2) nodes_[at].ownBytes += entry.allocSize;
-                    else linked_.push_back({at, {entry.fileID, entry.linkCount, entry.allocSize}});
+                    if (entry.linkCount < 2) listing.ownBytes += entry.allocSize;
+                    else listing.linked.push_back({entry.fileID, entry.linkCount, entry.allocSize});
                 } else if (entry.objType == VDIR) {
                     std::string child = childPath(path, entry.name);
-                    if (skip_.skips(home_, path, entry.name, child)) return;
-                    Node node{child, 0, {}, -1, depth + 1};
-                    if (node.depth >= DRILL_DEPTH && !onTheWay_.contains(child)) {
-                        node.bucket = static_cast<int>(seeds_.size());
-                        seeds_.push_back({child, node.bucket});
-                    }
-                    nodes_[at].children.push_back(nodes_.size());
-                    nodes_.push_back(std::move(node));
+                    if (!skip_.skips(home_, path, entry.name, child)) listing.folders.push_back(std::move(child));
                 }
             },
             EntryDetail::regularFilesOnly);
+        return listing;
+    }
+
+    std::vector<Listing> listAll(const std::vector<size_t>& level, int threads) const {
+        std::vector<Listing> listings(level.size());
+        std::atomic<size_t> next{0};
+        auto work = [&](int) {
+            std::unique_ptr<std::byte[]> buffer(new std::byte[BUF_SIZE]);
+            for (size_t i = next++; i < level.size(); i = next++) listings[i] = list(nodes_[level[i]].path, buffer.get());
+        };
+        const int workers = static_cast<int>(std::min<size_t>(level.size(), static_cast<size_t>(std::max(threads, 1))));
+        if (workers == 1) work(0);
+        else runWorkers(workers, WORKER_STACK_BYTES, work);
+        return listings;
+    }
+
+    // Takes the listings into the tree; returns the sub-folders to list next. Those deep enough
+    // and off the way to any store become the walker's seeds instead.
+    std::vector<size_t> adopt(const std::vector<size_t>& level, std::vector<Listing>& listings) {
+        std::vector<size_t> nextLevel;
+        for (size_t i = 0; i < level.size(); ++i) {
+            const size_t at = level[i];
+            Listing& listing = listings[i];
+            nodes_[at].ownBytes = listing.ownBytes;
+            for (const LinkSighting& sighting : listing.linked) linked_.push_back({at, sighting});
+            denied_ += listing.denied;
+            errors_ += listing.errors;
+            for (std::string& child : listing.folders) {
+                Node node{std::move(child), 0, {}, -1, nodes_[at].depth + 1};
+                if (node.depth >= DRILL_DEPTH && !onTheWay_.contains(node.path)) {
+                    node.bucket = static_cast<int>(seeds_.size());
+                    seeds_.push_back({node.path, node.bucket});
+                } else {
+                    nextLevel.push_back(nodes_.size());
+                }
+                nodes_[at].children.push_back(nodes_.size());
+                nodes_.push_back(std::move(node));
+            }
+        }
+        return nextLevel;
     }
 
     std::vector<std::string> seedNames() const {
@@ -139,7 +182,6 @@ private:
     const std::string& home_;
     const SurveySkip& skip_;
     const std::unordered_set<std::string>& onTheWay_;
-    std::unique_ptr<std::byte[]> buffer_{new std::byte[BUF_SIZE]};
     std::vector<Node> nodes_;
     std::vector<WorkItem> seeds_;
     std::vector<std::pair<size_t, LinkSighting>> linked_;

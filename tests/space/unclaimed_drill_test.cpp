@@ -61,6 +61,19 @@ TEST_F(DrillUnclaimed, StopsAtTheDepthItIsGiven) {
     EXPECT_TRUE(drillUnclaimed(survey.rows[0], survey.hits, 100 * KB, survey.folders, 0).empty());
 }
 
+TEST(DrillUnclaimedWidth, NamesOnlyTheLargestSubFoldersOfAFolder) {
+    TempHome home;
+    const size_t folders = DRILL_WIDTH + 2;
+    for (size_t i = 0; i < folders; ++i) fill(home / ("wide/f" + std::to_string(i) + "/x.bin"), (i + 1) * 50 * KB);
+    SurveyPlace place{home.path(), surveySkip(home.path()), SURVEY_TREE_LIMIT};
+    UnclaimedSurvey survey = surveyUnclaimedIn(place, {}, 2, 1);
+    ASSERT_EQ(survey.rows.size(), 1u);
+    std::vector<DrillRow> rows = drillUnclaimed(survey.rows[0], survey.hits, 1, survey.folders, 1);
+    ASSERT_EQ(rows.size(), DRILL_WIDTH);
+    EXPECT_EQ(rows.front().path, home / ("wide/f" + std::to_string(folders - 1)));
+    EXPECT_EQ(rows.back().path, home / ("wide/f" + std::to_string(folders - DRILL_WIDTH))) << "the smallest are left out";
+}
+
 TEST_F(DrillUnclaimed, AFolderTheSurveyDidNotMeasureHasNothingToName) {
     UnclaimedEntry elsewhere{home / "nowhere", 10 * KB * KB, 0, {}, false};
     EXPECT_TRUE(drillUnclaimed(elsewhere, survey.hits, 1, survey.folders, DRILL_DEPTH).empty());
