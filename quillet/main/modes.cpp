@@ -14,6 +14,7 @@
 #include "quillet/platform/printable.hpp"
 #include "quillet/scan/harness.hpp"
 #include "quillet/space/exclude_mode.hpp"
+#include "quillet/space/unclaimed_mode.hpp"
 
 namespace kelvor {
 
@@ -35,7 +36,7 @@ constexpr ModeEntry MODE_TABLE[] = {
     {"detect", runUnavailable},
     {"quarantine", runUnavailable},
     {"forget", runUnavailable},
-    {"unclaimed", runUnavailable},
+    {"unclaimed", runUnclaimedMode},
     {"oneclick", runUnavailable},
     {"ruleaudit", runUnavailable},
     {"audit", runUnavailable},

@@ -8,6 +8,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/de/main.inc"
 #include "quillet/i18n/tables/de/clean.inc"
 #include "quillet/i18n/tables/de/space.inc"
+#include "quillet/i18n/tables/de/unclaimed.inc"
 #include "quillet/i18n/tables/de/scan.inc"
 #include "quillet/i18n/tables/de/catalog.inc"
 #include "quillet/i18n/tables/de/automation.inc"

@@ -8,6 +8,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/es/main.inc"
 #include "quillet/i18n/tables/es/clean.inc"
 #include "quillet/i18n/tables/es/space.inc"
+#include "quillet/i18n/tables/es/unclaimed.inc"
 #include "quillet/i18n/tables/es/scan.inc"
 #include "quillet/i18n/tables/es/catalog.inc"
 #include "quillet/i18n/tables/es/automation.inc"

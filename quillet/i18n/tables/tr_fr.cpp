@@ -8,6 +8,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/fr/main.inc"
 #include "quillet/i18n/tables/fr/clean.inc"
 #include "quillet/i18n/tables/fr/space.inc"
+#include "quillet/i18n/tables/fr/unclaimed.inc"
 #include "quillet/i18n/tables/fr/scan.inc"
 #include "quillet/i18n/tables/fr/catalog.inc"
 #include "quillet/i18n/tables/fr/automation.inc"

@@ -8,6 +8,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/it/main.inc"
 #include "quillet/i18n/tables/it/clean.inc"
 #include "quillet/i18n/tables/it/space.inc"
+#include "quillet/i18n/tables/it/unclaimed.inc"
 #include "quillet/i18n/tables/it/scan.inc"
 #include "quillet/i18n/tables/it/catalog.inc"
 #include "quillet/i18n/tables/it/automation.inc"

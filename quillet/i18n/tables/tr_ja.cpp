@@ -8,6 +8,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/ja/main.inc"
 #include "quillet/i18n/tables/ja/clean.inc"
 #include "quillet/i18n/tables/ja/space.inc"
+#include "quillet/i18n/tables/ja/unclaimed.inc"
 #include "quillet/i18n/tables/ja/scan.inc"
 #include "quillet/i18n/tables/ja/catalog.inc"
 #include "quillet/i18n/tables/ja/automation.inc"

@@ -8,6 +8,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/pl/main.inc"
 #include "quillet/i18n/tables/pl/clean.inc"
 #include "quillet/i18n/tables/pl/space.inc"
+#include "quillet/i18n/tables/pl/unclaimed.inc"
 #include "quillet/i18n/tables/pl/scan.inc"
 #include "quillet/i18n/tables/pl/catalog.inc"
 #include "quillet/i18n/tables/pl/automation.inc"

@@ -8,6 +8,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/pt_br/main.inc"
 #include "quillet/i18n/tables/pt_br/clean.inc"
 #include "quillet/i18n/tables/pt_br/space.inc"
+#include "quillet/i18n/tables/pt_br/unclaimed.inc"
 #include "quillet/i18n/tables/pt_br/scan.inc"
 #include "quillet/i18n/tables/pt_br/catalog.inc"
 #include "quillet/i18n/tables/pt_br/automation.inc"

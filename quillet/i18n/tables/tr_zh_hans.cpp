@@ -8,6 +8,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/zh_hans/main.inc"
 #include "quillet/i18n/tables/zh_hans/clean.inc"
 #include "quillet/i18n/tables/zh_hans/space.inc"
+#include "quillet/i18n/tables/zh_hans/unclaimed.inc"
 #include "quillet/i18n/tables/zh_hans/scan.inc"
 #include "quillet/i18n/tables/zh_hans/catalog.inc"
 #include "quillet/i18n/tables/zh_hans/automation.inc"

@@ -8,6 +8,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/zh_hant/main.inc"
 #include "quillet/i18n/tables/zh_hant/clean.inc"
 #include "quillet/i18n/tables/zh_hant/space.inc"
+#include "quillet/i18n/tables/zh_hant/unclaimed.inc"
 #include "quillet/i18n/tables/zh_hant/scan.inc"
 #include "quillet/i18n/tables/zh_hant/catalog.inc"
 #include "quillet/i18n/tables/zh_hant/automation.inc"
