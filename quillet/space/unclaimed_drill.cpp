@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "quillet/platform/path_inside.hpp"
 #include "quillet/space/exclusions.hpp"
 
 namespace kelvor {
@@ -11,7 +12,7 @@ namespace {
 std::uint64_t unclaimedIn(const std::string& path, std::uint64_t bytes, const std::vector<Hit>& hits) {
     std::uint64_t claimed = 0;
     for (const Hit& hit : hits)
-        if (pathWithin(hit.path, path)) claimed += hit.stat.bytes;
+        if (pathInside(hit.path, path)) claimed += hit.stat.bytes;
     return bytes > claimed ? bytes - claimed : 0;
 }
 

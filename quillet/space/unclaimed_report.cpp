@@ -2,7 +2,8 @@
 
 #include <cstdio>
 
-#include "quillet/i18n/printable.hpp"
+#include "quillet/platform/printable.hpp"
+#include "quillet/platform/valid_utf8.hpp"
 #include "quillet/i18n/text.hpp"
 #include "quillet/scan/fmt_bytes.hpp"
 
@@ -18,7 +19,7 @@ std::string padded(const std::string& size) {
 
 std::string joined(const std::vector<std::string>& parts) {
     std::string out;
-    for (const std::string& part : parts) out += (out.empty() ? "" : ", ") + printable(part);
+    for (const std::string& part : parts) out += (out.empty() ? "" : ", ") + escapeControls(validUtf8(part));
     return out;
 }
 
@@ -40,14 +41,14 @@ std::string renderUnclaimed(const std::vector<UnclaimedReportRow>& rows, std::in
         const UnclaimedEntry& entry = row.entry;
         remainder += entry.remainder();
         line(out, trf(S::unclaimedEntryLine,
-                      {padded(fmtBytes(entry.remainder())), fmtBytes(entry.total), printable(entry.path)}));
+                      {padded(fmtBytes(entry.remainder())), fmtBytes(entry.total), escapeControls(validUtf8(entry.path))}));
         if (entry.partial) line(out, trf(S::unclaimedPartialWalk));
         if (entry.claimed > 0 && entry.total > 0) {
             const std::string percent = std::to_string(entry.claimed * 100 / entry.total);
             line(out, trf(S::unclaimedClaimedBy, {percent, joined(entry.owners)}));
         }
         for (const DrillRow& drill : row.drill)
-            line(out, trf(S::unclaimedDrillLine, {fmtBytes(drill.unclaimed), printable(drill.path)}));
+            line(out, trf(S::unclaimedDrillLine, {fmtBytes(drill.unclaimed), escapeControls(validUtf8(drill.path))}));
     }
     if (!rows.empty()) {
         line(out, "");
@@ -67,7 +68,7 @@ std::string renderUnreadable(const std::vector<std::string>& roots) {
     std::string out;
     line(out, trf(S::unreadableRootsCount, {std::to_string(roots.size())}));
     line(out, trf(S::unreadableRootsBelow));
-    for (const std::string& root : roots) line(out, "    " + printable(root));
+    for (const std::string& root : roots) line(out, "    " + escapeControls(validUtf8(root)));
     line(out, trf(S::unreadableRootsHint));
     return out;
 }

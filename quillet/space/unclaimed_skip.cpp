@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "quillet/platform/path_inside.hpp"
 #include "quillet/platform/user_folders.hpp"
 #include "quillet/space/exclusions.hpp"
 
@@ -18,7 +19,7 @@ SurveySkip surveySkip(const std::string& home) {
     skip.names.assign(SURVEY_SKIP.begin(), SURVEY_SKIP.end());
     // Only folders below the home folder can be met by the survey; others need no entry.
     for (std::string& folder : personalFolders(home))
-        if (folder != home && pathWithin(folder, home)) skip.paths.push_back(std::move(folder));
+        if (folder != home && pathInside(folder, home)) skip.paths.push_back(std::move(folder));
     return skip;
 }
 

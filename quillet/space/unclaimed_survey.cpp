@@ -12,6 +12,7 @@
 #include "quillet/rules/hits.hpp"
 #include "quillet/scan/agg.hpp"
 #include "quillet/scan/walker.hpp"
+#include "quillet/platform/path_inside.hpp"
 #include "quillet/space/exclusions.hpp"
 
 namespace kelvor {
@@ -36,8 +37,8 @@ std::string parentOf(const std::string& path) {
 std::unordered_set<std::string> foldersOnTheWay(const std::string& home, const std::vector<std::string>& paths) {
     std::unordered_set<std::string> onTheWay;
     for (const std::string& path : paths) {
-        if (path == home || !pathWithin(path, home)) continue;
-        for (std::string up = parentOf(path); up != home && pathWithin(up, home); up = parentOf(up))
+        if (path == home || !pathInside(path, home)) continue;
+        for (std::string up = parentOf(path); up != home && pathInside(up, home); up = parentOf(up))
             if (!onTheWay.insert(up).second) break;
     }
     return onTheWay;
@@ -123,7 +124,7 @@ private:
             [&](const BulkEntry& entry) {
                 if (entry.objType == VREG) {
                     if (entry.linkCount < 2) listing.ownBytes += entry.allocSize;
-                    else listing.linked.push_back({entry.fileID, entry.linkCount, entry.allocSize});
+                    else listing.linked.push_back({entry.fileID, entry.linkCount, entry.allocSize, entry.device});
                 } else if (entry.objType == VDIR) {
                     std::string child = childPath(path, entry.name);
                     if (!skip_.skips(home_, path, entry.name, child)) listing.folders.push_back(std::move(child));
@@ -192,7 +193,7 @@ private:
 // The claimed bytes and owners of `entry`, from the hits inside it.
 void claimFromHits(UnclaimedEntry& entry, const std::vector<Hit>& hits) {
     for (const Hit& hit : hits) {
-        if (!pathWithin(hit.path, entry.path) || hit.stat.bytes == 0) continue;
+        if (!pathInside(hit.path, entry.path) || hit.stat.bytes == 0) continue;
         entry.claimed += hit.stat.bytes;
         if (std::find(entry.owners.begin(), entry.owners.end(), hit.rule.owner) == entry.owners.end())
             entry.owners.push_back(hit.rule.owner);
