@@ -90,8 +90,6 @@ std::vector<ArtifactFind> findBuildArtifacts(const std::string& root, const std:
             else if (entry.objType == VREG) files.insert(entry.name);
         }, EntryDetail::namesAndTypes);
         bool inHome = current.path == home;
-        // Pushed in reverse so that the walk visits a folder's children in listing order.
-        std::vector<Pending> children;
         for (const std::string& name : folders) {
             if (isVersionControl(name)) continue;
             // Applications keep their own node_modules in the home's hidden folders.
@@ -101,10 +99,13 @@ std::vector<ArtifactFind> findBuildArtifacts(const std::string& root, const std:
                     found.push_back({childPath(current.path, name), kind});
                     continue;
                 }
-            if (current.depth + 1 < MAX_ARTIFACT_DEPTH) children.push_back({childPath(current.path, name), current.depth + 1});
+            if (current.depth + 1 < MAX_ARTIFACT_DEPTH) stack.push_back({childPath(current.path, name), current.depth + 1});
         }
-        for (auto it = children.rbegin(); it != children.rend(); ++it) stack.push_back(std::move(*it));
     }
+    // Listing order is the file system's; reports want the same order on every run.
+    std::sort(found.begin(), found.end(), [](const ArtifactFind& left, const ArtifactFind& right) {
+        return left.path < right.path;
+    });
     return found;
 }
 

@@ -43,7 +43,7 @@ struct ArtifactFind {
     const ArtifactKind* kind = nullptr;
 };
 
-// The build folders under `root`, in walk order: a folder counts when its marker holds and it does
+// The build folders under `root`, sorted by path: a folder counts when its marker holds and it does
 // not hold its project's own sources (its kind's beside-marker or a version-control folder). The
 // walk never follows a link, never enters a version-control folder, a hidden folder directly in
 // `home`, or a build folder it found, and goes at most MAX_ARTIFACT_DEPTH folders down.
