@@ -4,6 +4,7 @@
 
 #include <cstdio>
 
+#include "quillet/clean/left_alone.hpp"
 #include "quillet/i18n/text.hpp"
 #include "quillet/i18n/width.hpp"
 #include "quillet/rules/hits.hpp"
@@ -90,6 +91,7 @@ int runClean(const Settings& settings) {
     progress.clear();
     std::vector<CleanTarget> targets = planFromHits(hits, options);
     std::fputs(renderCleanPlan(targets, options).c_str(), stdout);
+    std::fputs(renderLeftAlone(hits).c_str(), stdout);
     if (!targets.empty()) std::printf("%s\n", trf(S::cleanDryRun).c_str());
     return 0;
 }

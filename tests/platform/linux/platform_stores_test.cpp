@@ -63,6 +63,7 @@ TEST(PlatformStores, ACleanListsALinuxHomesStoresAndProvenBuildFolders) {
     for (const auto* stores : {&CACHE_STORES, &OTHER_STORES})
         for (const Store& store : *stores) fillStore(home / store.path);
     fillStore(home / ".cache/JetBrains/IdeaIC2024.3");
+    fillStore(home / ".local/share/containers/storage/overlay");
     writeFile(home / "code/web/package.json", "{}");
     fillStore(home / "code/web/node_modules");
     writeFile(home / "code/rusty/Cargo.toml", "[package]");
@@ -88,8 +89,15 @@ TEST(PlatformStores, ACleanListsALinuxHomesStoresAndProvenBuildFolders) {
     EXPECT_TRUE(planLine(run.out, home / "code/web/node_modules").starts_with("  [A] Build artifacts · ")) << run.out;
     EXPECT_TRUE(planLine(run.out, home / "code/rusty/target").starts_with("  [B] Build artifacts · ")) << run.out;
     for (const char* absent : {"code/loose/node_modules", "code/loose/target", ".config/app/node_modules",
-                               ".local/share/tool/target", "code/busy/node_modules", ".cache/JetBrains"})
+                               ".local/share/tool/target", "code/busy/node_modules"})
         EXPECT_EQ(run.out.find(home / absent), std::string::npos) << absent << " must not be offered\n" << run.out;
+    // Shown below the plan, never in it: the person's own call, and a store only podman may clear.
+    size_t leftAlone = run.out.find("Not offered — yours to judge, or protected:\n");
+    ASSERT_NE(leftAlone, std::string::npos) << run.out;
+    EXPECT_GT(run.out.find(home / ".cache/JetBrains"), leftAlone) << run.out;
+    EXPECT_NE(run.out.find(home / ".local/share/containers/storage\n     ↳ Only podman may remove it: clear it with podman system prune\n"),
+              std::string::npos)
+        << run.out;
 }
 
 TEST(PlatformStores, XdgCacheHomeMovesExactlyTheStoresWhoseToolsHonourIt) {
