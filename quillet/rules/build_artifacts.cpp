@@ -77,12 +77,17 @@ std::vector<ArtifactFind> findBuildArtifacts(const std::string& root, const std:
         std::string path;
         int depth;
     };
+    struct stat rootInfo {};
+    if (::lstat(root.c_str(), &rootInfo) != 0 || !S_ISDIR(rootInfo.st_mode)) return found;
     std::vector<Pending> stack{{root, 0}};
     std::vector<std::string> folders;
     std::unordered_set<std::string> files;
     while (!stack.empty()) {
         Pending current = std::move(stack.back());
         stack.pop_back();
+        // Another file system mounted inside (a network share, a removable disk) is not walked.
+        struct stat info {};
+        if (::lstat(current.path.c_str(), &info) != 0 || info.st_dev != rootInfo.st_dev) continue;
         folders.clear();
         files.clear();
         std::uint64_t denied = 0, errors = 0;

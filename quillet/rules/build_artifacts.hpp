@@ -45,8 +45,9 @@ struct ArtifactFind {
 
 // The build folders under `root`, sorted by path: a folder counts when its marker holds and it does
 // not hold its project's own sources (its kind's beside-marker or a version-control folder). The
-// walk never follows a link, never enters a version-control folder, a hidden folder directly in
-// `home`, or a build folder it found, and goes at most MAX_ARTIFACT_DEPTH folders down.
+// walk never follows a link, never leaves the root's file system, never enters a version-control
+// folder, a hidden folder directly in `home` or a build folder it found, and goes at most
+// MAX_ARTIFACT_DEPTH folders down.
 inline constexpr int MAX_ARTIFACT_DEPTH = 48;
 std::vector<ArtifactFind> findBuildArtifacts(const std::string& root, const std::string& home);
 

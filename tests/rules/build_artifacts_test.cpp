@@ -1,7 +1,9 @@
 #include "quillet/rules/build_artifacts.hpp"
 
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <ctime>
 #include <filesystem>
@@ -81,6 +83,21 @@ TEST(BuildArtifacts, AFolderHoldingTheProjectsOwnSourcesIsNeverOffered) {
 
     EXPECT_EQ(foundPaths(home.path(), home.path()), (std::set<std::string>{home / "elsewhere/target"}))
         << "the link to elsewhere is not followed; the folder itself is found once, where it is";
+}
+
+TEST(BuildArtifacts, AnotherFileSystemMountedInsideIsNotWalked) {
+    if (::geteuid() != 0) GTEST_SKIP() << "mounting needs root (CI runs as root)";
+    TempHome home;
+    fs::create_directories(home / "code/share");
+    if (::mount("tmpfs", (home / "code/share").c_str(), "tmpfs", 0, "size=1m") != 0)
+        GTEST_SKIP() << "this machine allows no tmpfs mount";
+    writeFile(home / "code/share/Cargo.toml", "x");
+    writeFile(home / "code/share/target/x", "x");
+    writeFile(home / "code/local/Cargo.toml", "x");
+    writeFile(home / "code/local/target/x", "x");
+    std::set<std::string> found = foundPaths(home.path(), home.path());
+    ::umount2((home / "code/share").c_str(), MNT_DETACH);
+    EXPECT_EQ(found, std::set<std::string>{home / "code/local/target"});
 }
 
 TEST(BuildArtifacts, RecentWritesAnywhereInTheTreeAreSeen) {
