@@ -178,6 +178,10 @@ std::vector<Rule> developerTools() {
          .directEnv = "HELM_CONFIG_HOME", .tier = Tier::protected_, .recovery = "설정이 담김 — 보호되어 지우지 않음",
          .source = "정책(보호) + 소스: helm/helm pkg/helmpath/lazypath.go", .verified = true,
          .burden = Burden::manual},
+        // goose — logs under $XDG_STATE_HOME/goose
+        {.owner = "goose", .component = "로그", .base = Base::xdgState, .sub = "goose/logs", .tier = Tier::regenerate,
+         .recovery = "로그 — 다음 실행부터 새로 쌓임", .source = "문서: goose (etcetera XDG 배치)",
+         .burden = Burden::interruptive},
         // Lima and Colima — downloaded VM images
         {.owner = "Lima", .component = "내려받은 VM 이미지", .base = Base::xdgCache, .sub = "lima", .tier = Tier::redownload,
          .recovery = "다음 머신 생성 시 VM 이미지를 다시 내려받음",

@@ -50,6 +50,7 @@ TEST(LinuxCatalog, EachStoreMovesWithTheXdgVariableItsToolHonoursAndNoOther) {
         {"~/.config/google-chrome/OptGuideOnDeviceModel", "XDG_CONFIG_HOME", "/x/google-chrome/OptGuideOnDeviceModel"},
         {"~/.local/share/pnpm/store", "XDG_DATA_HOME", "/x/pnpm/store"},
         {"~/.local/share/containers/storage", "XDG_DATA_HOME", "/x/containers/storage"},
+        {"~/.local/state/goose/logs", "XDG_STATE_HOME", "/x/goose/logs"},
         {"~/.cache/bazel", "", ""},
         {"~/.cache/Cypress", "", ""},
         {"~/Android/Sdk/platforms", "", ""},
