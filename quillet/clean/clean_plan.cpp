@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "quillet/clean/left_alone.hpp"
 #include "quillet/i18n/text.hpp"
 #include "quillet/i18n/width.hpp"
 #include "quillet/platform/printable.hpp"
@@ -137,6 +138,7 @@ int runClean(const Settings& settings) {
     progress.clear();
     std::vector<CleanTarget> targets = planFromHits(hits, options);
     std::fputs(renderCleanPlan(targets, options).c_str(), stdout);
+    std::fputs(renderLeftAlone(hits).c_str(), stdout);
     if (!targets.empty()) std::printf("%s\n", trf(S::cleanDryRun).c_str());
     return listUnreadable ? 1 : 0;
 }

@@ -36,6 +36,7 @@ struct BulkEntry {
 enum class EntryDetail {
     everyEntry,        // every field of every entry
     regularFilesOnly,  // directories, links and others carry name, type and inode only
+    namesAndTypes,     // every entry carries name, type and inode only (a search by name)
 };
 
 // Called once per entry; the entry is only valid during the call.

@@ -9,7 +9,8 @@ namespace kelvor {
 struct Base {
     std::vector<std::string> envVars{};  // tried in order; the first non-empty value is the base
     std::string defaultPath{};           // relative to the home folder; "" is the home itself
-    std::optional<std::string> xdgName{};  // folder under $XDG_CACHE_HOME when no envVars entry is set
+    std::optional<std::string> xdgName{};  // folder under $xdgVar when no envVars entry is set
+    std::string xdgVar = "XDG_CACHE_HOME";  // the XDG base-directory variable the tool honours
 
     bool operator==(const Base&) const = default;
 
@@ -28,6 +29,13 @@ struct Base {
     static const Base androidUser;  // ANDROID_USER_HOME, ~/.android
     static const Base androidAvd;   // ANDROID_AVD_HOME, ~/.android/avd
     static const Base uv;           // UV_CACHE_DIR, ~/.cache/uv, XDG "uv"
+    // The XDG base directories themselves, for tools that follow them with no variable of their own.
+    static const Base xdgCache;     // $XDG_CACHE_HOME, ~/.cache
+    static const Base xdgConfig;    // $XDG_CONFIG_HOME, ~/.config
+    static const Base xdgData;      // $XDG_DATA_HOME, ~/.local/share
+    static const Base xdgState;     // $XDG_STATE_HOME, ~/.local/state
+    static const Base androidSdkLinux;  // ANDROID_HOME then ANDROID_SDK_ROOT, ~/Android/Sdk
+    static const Base pnpmHome;     // PNPM_HOME, ~/.local/share/pnpm, XDG data "pnpm"
 };
 
 }  // namespace kelvor

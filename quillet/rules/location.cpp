@@ -76,8 +76,8 @@ RawPath resolveRawPath(const Rule& rule, const EnvLookup& lookup, std::string_vi
     for (const std::string& name : rule.base.envVars)
         if (std::optional<std::string> value = valueOf(name)) return {joinPath(*value, rule.sub), name};
     if (rule.base.xdgName)
-        if (std::optional<std::string> value = valueOf("XDG_CACHE_HOME"))
-            return {joinPath(joinPath(*value, *rule.base.xdgName), rule.sub), "XDG_CACHE_HOME"};
+        if (std::optional<std::string> value = valueOf(rule.base.xdgVar))
+            return {joinPath(joinPath(*value, *rule.base.xdgName), rule.sub), rule.base.xdgVar};
     std::string relative = joinPath(rule.base.defaultPath, rule.sub);
     if (relative.starts_with("/")) return {relative, std::nullopt};
     return {joinPath(home, relative), std::nullopt};

@@ -44,8 +44,8 @@ struct RawPath {
 using EnvLookup = std::function<std::optional<std::string>(std::string_view name)>;
 
 // The location rule over any lookup and home folder, first match winning: the rule's direct
-// variable (+ envSub); the base's variables in order (+ sub); XDG_CACHE_HOME + xdgName (+ sub) for
-// a base that has one; else home + defaultPath + sub. A sub that is already absolute stays as is.
+// variable (+ envSub); the base's variables in order (+ sub); the base's XDG variable + xdgName (+ sub)
+// for a base that has one; else home + defaultPath + sub. A sub that is already absolute stays as is.
 // A variable's value that starts with "~" (alone or before "/") is put under `home`.
 RawPath resolveRawPath(const Rule& rule, const EnvLookup& lookup, std::string_view home);
 

@@ -10,8 +10,10 @@
 
 #include "quillet/log/log.hpp"
 #include "quillet/platform/home.hpp"
+#include "quillet/rules/build_artifacts.hpp"
 #include "quillet/rules/catalog.hpp"
 #include "quillet/rules/location.hpp"
+#include "quillet/rules/platform_stores.hpp"
 #include "quillet/rules/store_guard.hpp"
 
 namespace kelvor {
@@ -61,7 +63,17 @@ bool linkFollowed(const std::string& path, const std::string& realHome) {
 
 }  // namespace
 
-std::vector<Rule> allRules() { return catalogRules(); }
+std::vector<Rule> allRules() {
+    std::vector<Rule> rules = catalogRules();
+    std::vector<Rule> platform = platformStoreRules();
+    rules.insert(rules.end(), std::make_move_iterator(platform.begin()), std::make_move_iterator(platform.end()));
+    std::vector<std::string> claimed;
+    claimed.reserve(rules.size());
+    for (const Rule& rule : rules) claimed.push_back(ruleRawPath(rule).path);
+    std::vector<Rule> artifacts = dynamicBuildArtifactRules(claimed);
+    rules.insert(rules.end(), std::make_move_iterator(artifacts.begin()), std::make_move_iterator(artifacts.end()));
+    return rules;
+}
 
 StoreLocation followStoreLink(const std::string& path) {
     std::string real = realOrSelf(path);

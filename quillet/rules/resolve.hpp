@@ -15,7 +15,8 @@ struct ResolvedRule {
     std::optional<std::string> linkedFrom;  // the path the rule named, when a link led elsewhere
 };
 
-// Every rule: the catalog's rows (the rule generators add theirs here as they land).
+// Every rule: the catalog's rows, this platform's store rows, then the build folders under the home
+// folder that no earlier row claims (the other rule generators add theirs here as they land).
 std::vector<Rule> allRules();
 
 // Where a store really is: `path` with every symbolic link in it resolved, and the original

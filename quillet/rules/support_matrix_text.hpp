@@ -36,6 +36,26 @@ inline constexpr std::string_view RULES_INTRO =
     "(the rule's own variable, then its base's, then `XDG_CACHE_HOME`). Values set only in the "
     "login shell count too.";
 
+inline constexpr std::string_view LINUX_HEADING = "## Linux stores";
+
+inline constexpr std::string_view LINUX_INTRO =
+    "On Linux these rows are used beside the catalog rules, for the places Linux tools keep their "
+    "data. Paths follow the XDG base directories where the tool does (`XDG_CACHE_HOME`, "
+    "`XDG_CONFIG_HOME`, `XDG_DATA_HOME`, `XDG_STATE_HOME`). Where a tool keeps using an older folder "
+    "while it exists, both rows are listed and the one the tool uses counts. Stores that only their "
+    "own tool may clear are protected and name that tool's command.";
+
+inline constexpr std::string_view BUILD_FOLDERS_HEADING = "## Project build folders";
+
+inline constexpr std::string_view BUILD_FOLDERS_INTRO =
+    "Build folders inside projects are found by one walk of the home folder. A folder counts only "
+    "when the file that proves its project's kind sits beside it (or inside it, where noted); never "
+    "inside a version-control folder, a hidden folder of the home or another build folder, never when "
+    "it holds the project's own sources, and never when anything in it was written in the last two "
+    "hours.";
+
+inline constexpr std::string_view BUILD_FOLDERS_TABLE_HEADER = "| folder | proven by | tier |\n|---|---|---|";
+
 inline constexpr std::string_view RULES_TABLE_HEADER =
     "| component | path | tier | verified | burden | one-click | relocatable via |\n"
     "|---|---|---|---|---|---|---|";

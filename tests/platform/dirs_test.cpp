@@ -60,6 +60,21 @@ TEST(Dirs, ReadsEveryEntryWithTheFieldsLstatGives) {
     EXPECT_EQ(list(folder).entries["sub"].mtime, sub.st_mtime);
 }
 
+TEST(Dirs, ASearchByNameLearnsTypesAndInodesButNoSizes) {
+    TempHome home;
+    writeFile(home / "folder/data.bin", std::string(9000, 'd'));
+    fs::create_directories(home / "folder/sub");
+    struct stat data {};
+    ::lstat((home / "folder/data.bin").c_str(), &data);
+    Listing listing = list(home / "folder", EntryDetail::namesAndTypes);
+    EXPECT_TRUE(listing.complete);
+    ASSERT_EQ(listing.entries.size(), 2u);
+    EXPECT_EQ(listing.entries["data.bin"].objType, VREG);
+    EXPECT_EQ(listing.entries["data.bin"].fileID, data.st_ino);
+    EXPECT_EQ(listing.entries["data.bin"].allocSize, 0u) << "no look at the file beyond its directory entry";
+    EXPECT_EQ(listing.entries["sub"].objType, VDIR);
+}
+
 TEST(Dirs, ABufferSmallerThanTheDirectoryIsRefilled) {
     TempHome home;
     for (int i = 0; i < 600; ++i) writeFile(home / ("many/file-with-a-longish-name-" + std::to_string(i)), "x");

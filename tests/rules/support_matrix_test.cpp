@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "quillet/rules/catalog.hpp"
+#include "quillet/rules/linux_catalog.hpp"
 #include "quillet/rules/support_matrix.hpp"
 #include "tests/support/run_kelvor.hpp"
 #include "tests/support/temp_home.hpp"
@@ -86,6 +87,38 @@ TEST(SupportJson, EveryRuleWithEveryField) {
         EXPECT_FALSE(rule["recoveryEnglish"].is_null()) << rule["owner"] << " " << rule["sub"];
     }
     EXPECT_GT(oneClick, 0);
+}
+
+TEST(SupportMatrix, ALinuxSectionListsTheLinuxTableWithItsXdgVariables) {
+    std::string matrix = renderSupportMatrix();
+    size_t section = matrix.find("\n## Linux stores (" + std::to_string(linuxTableRules().size()) + ")\n");
+    ASSERT_NE(section, std::string::npos);
+    std::vector<std::string> rows = ruleRows(matrix.substr(section));
+    EXPECT_EQ(rows.size(), linuxTableRules().size());
+    auto rowWith = [&](const std::string& path) {
+        for (const std::string& row : rows)
+            if (row.find("| `" + path + "` |") != std::string::npos) return row;
+        return std::string();
+    };
+    EXPECT_TRUE(rowWith("~/.config/Code/CachedData").ends_with("| `XDG_CONFIG_HOME` |")) << rowWith("~/.config/Code/CachedData");
+    EXPECT_TRUE(rowWith("~/.local/share/pnpm/store").ends_with("| `npm_config_store_dir`, `PNPM_HOME`, `XDG_DATA_HOME` |"))
+        << rowWith("~/.local/share/pnpm/store");
+    EXPECT_TRUE(rowWith("~/.cache/bazel").ends_with("| — |")) << "Bazel ignores XDG_CACHE_HOME";
+    EXPECT_NE(matrix.find("| `target/` | `Cargo.toml` beside | B · rebuildable |"), std::string::npos);
+    EXPECT_NE(matrix.find("| `build/` | `CMakeCache.txt` inside | B · rebuildable |"), std::string::npos);
+}
+
+TEST(SupportJson, TheLinuxTableRidesAlong) {
+    nlohmann::json document = nlohmann::json::parse(renderSupportJSON());
+    const nlohmann::json& linux = document["linux"];
+    ASSERT_EQ(linux["rules"].size(), linuxTableRules().size());
+    EXPECT_EQ(linux["count"], linuxTableRules().size());
+    bool sawConfig = false;
+    for (const nlohmann::json& rule : linux["rules"]) {
+        EXPECT_FALSE(rule["componentEnglish"].is_null()) << rule["owner"] << " " << rule["sub"];
+        sawConfig |= rule["base"]["xdgVar"] == "XDG_CONFIG_HOME" && rule["defaultPath"] == "~/.config/Code/CachedData";
+    }
+    EXPECT_TRUE(sawConfig);
 }
 
 TEST(SupportModes, TheBinaryPrintsBothDocumentsInEnglish) {

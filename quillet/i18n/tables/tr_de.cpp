@@ -13,6 +13,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/de/catalog.inc"
 #include "quillet/i18n/tables/de/automation.inc"
 #include "quillet/i18n/tables/de/mcp_install.inc"
+#include "quillet/i18n/tables/de/catalog_linux.inc"
 };
 
 }  // namespace

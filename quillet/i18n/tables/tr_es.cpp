@@ -13,6 +13,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/es/catalog.inc"
 #include "quillet/i18n/tables/es/automation.inc"
 #include "quillet/i18n/tables/es/mcp_install.inc"
+#include "quillet/i18n/tables/es/catalog_linux.inc"
 };
 
 }  // namespace

@@ -13,6 +13,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/fr/catalog.inc"
 #include "quillet/i18n/tables/fr/automation.inc"
 #include "quillet/i18n/tables/fr/mcp_install.inc"
+#include "quillet/i18n/tables/fr/catalog_linux.inc"
 };
 
 }  // namespace

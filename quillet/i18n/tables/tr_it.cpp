@@ -13,6 +13,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/it/catalog.inc"
 #include "quillet/i18n/tables/it/automation.inc"
 #include "quillet/i18n/tables/it/mcp_install.inc"
+#include "quillet/i18n/tables/it/catalog_linux.inc"
 };
 
 }  // namespace

@@ -13,6 +13,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/ja/catalog.inc"
 #include "quillet/i18n/tables/ja/automation.inc"
 #include "quillet/i18n/tables/ja/mcp_install.inc"
+#include "quillet/i18n/tables/ja/catalog_linux.inc"
 };
 
 }  // namespace

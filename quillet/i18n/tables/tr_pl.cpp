@@ -13,6 +13,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/pl/catalog.inc"
 #include "quillet/i18n/tables/pl/automation.inc"
 #include "quillet/i18n/tables/pl/mcp_install.inc"
+#include "quillet/i18n/tables/pl/catalog_linux.inc"
 };
 
 }  // namespace

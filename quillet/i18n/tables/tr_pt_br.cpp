@@ -13,6 +13,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/pt_br/catalog.inc"
 #include "quillet/i18n/tables/pt_br/automation.inc"
 #include "quillet/i18n/tables/pt_br/mcp_install.inc"
+#include "quillet/i18n/tables/pt_br/catalog_linux.inc"
 };
 
 }  // namespace

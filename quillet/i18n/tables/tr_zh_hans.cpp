@@ -13,6 +13,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/zh_hans/catalog.inc"
 #include "quillet/i18n/tables/zh_hans/automation.inc"
 #include "quillet/i18n/tables/zh_hans/mcp_install.inc"
+#include "quillet/i18n/tables/zh_hans/catalog_linux.inc"
 };
 
 }  // namespace

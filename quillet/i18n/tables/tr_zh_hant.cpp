@@ -13,6 +13,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/zh_hant/catalog.inc"
 #include "quillet/i18n/tables/zh_hant/automation.inc"
 #include "quillet/i18n/tables/zh_hant/mcp_install.inc"
+#include "quillet/i18n/tables/zh_hant/catalog_linux.inc"
 };
 
 }  // namespace

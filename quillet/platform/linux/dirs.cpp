@@ -85,7 +85,8 @@ bool readOpenDir(const OpenDir& dir, std::byte* buf, std::size_t bufSize, std::u
 
             entry.name.assign(name, nameLength);
             entry.objType = typeOfDirent(head.type);
-            bool needStat = detail == EntryDetail::everyEntry || entry.objType == VREG || head.type == DT_UNKNOWN;
+            bool needStat = detail == EntryDetail::everyEntry || head.type == DT_UNKNOWN ||
+                            (detail == EntryDetail::regularFilesOnly && entry.objType == VREG);
             if (needStat) {
                 struct statx info;
                 if (::statx(fd, entry.name.c_str(), AT_SYMLINK_NOFOLLOW | AT_STATX_DONT_SYNC, STATX_WANTED, &info) != 0) {

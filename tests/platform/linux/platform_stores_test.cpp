@@ -1,0 +1,130 @@
+// On Linux a clean finds the stores of a Linux developer's home and the build folders of their
+// projects: the program is run as a person would run it, over a home the test builds.
+#include "quillet/rules/platform_stores.hpp"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "quillet/rules/linux_catalog.hpp"
+#include "tests/support/run_kelvor.hpp"
+#include "tests/support/temp_home.hpp"
+
+namespace kelvor {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::TempHome;
+using testing::writeFile;
+
+const std::vector<std::string> ENGLISH = {"LANG=C", "LANGUAGE=", "LC_ALL=", "SHELL=/nonexistent"};
+
+void ageTree(const std::string& path) {
+    auto when = fs::file_time_type::clock::now() - std::chrono::hours(3);
+    for (auto it = fs::recursive_directory_iterator(path); it != fs::recursive_directory_iterator(); ++it)
+        fs::last_write_time(it->path(), when);
+    fs::last_write_time(path, when);
+}
+
+// The plan line that ends with `path`, or "" when the plan has none.
+std::string planLine(const std::string& plan, const std::string& path) {
+    size_t end = plan.find(" " + path + "\n");
+    if (end == std::string::npos) return "";
+    size_t start = plan.rfind('\n', end) + 1;
+    return plan.substr(start, end - start);
+}
+
+struct Store {
+    std::string path;   // below the home folder
+    std::string label;  // "[tier] owner · "
+};
+
+const std::vector<Store> CACHE_STORES = {
+    {".cache/google-chrome", "[B] Google Chrome · "}, {".cache/go-build", "[B] Go · "},
+    {".cache/yarn", "[A] Yarn · "},                   {".cache/uv", "[A] uv · "},
+    {".cache/pypoetry/artifacts", "[A] Poetry · "},   {".cache/ms-playwright", "[A] Playwright · "},
+};
+const std::vector<Store> OTHER_STORES = {
+    {".config/Code/CachedData", "[B] VS Code · "},
+    {".local/share/pnpm/store", "[A] pnpm · "},
+    {"Android/Sdk/platforms", "[A] Android SDK · "},
+};
+
+void fillStore(const std::string& path) { writeFile(path + "/content/blob", std::string(40000, 's')); }
+
+TEST(PlatformStores, TheLinuxTableIsThisPlatformsTable) {
+    std::vector<Rule> platform = platformStoreRules();
+    EXPECT_EQ(platform, linuxStoreRules());
+    EXPECT_FALSE(platform.empty());
+}
+
+TEST(PlatformStores, ACleanListsALinuxHomesStoresAndProvenBuildFolders) {
+    TempHome home;
+    for (const auto* stores : {&CACHE_STORES, &OTHER_STORES})
+        for (const Store& store : *stores) fillStore(home / store.path);
+    fillStore(home / ".cache/JetBrains/IdeaIC2024.3");
+    fillStore(home / ".local/share/containers/storage/overlay");
+    writeFile(home / "code/web/package.json", "{}");
+    fillStore(home / "code/web/node_modules");
+    writeFile(home / "code/rusty/Cargo.toml", "[package]");
+    fillStore(home / "code/rusty/target");
+    fillStore(home / "code/loose/node_modules");  // no package.json
+    fillStore(home / "code/loose/target");        // no Cargo.toml
+    writeFile(home / ".config/app/package.json", "{}");
+    fillStore(home / ".config/app/node_modules");
+    writeFile(home / ".local/share/tool/Cargo.toml", "x");
+    fillStore(home / ".local/share/tool/target");
+    writeFile(home / "code/busy/package.json", "{}");
+    fillStore(home / "code/busy/node_modules");
+    for (const char* tree : {"code", ".config/app", ".local/share/tool"}) ageTree(home / tree);
+    fs::last_write_time(home / "code/busy/node_modules/content/blob",
+                        fs::file_time_type::clock::now() - std::chrono::minutes(1));
+
+    auto run = testing::runKelvorBinary({"--mode", "clean"}, ENGLISH);
+    ASSERT_EQ(run.status, 0) << run.err;
+    for (const auto* stores : {&CACHE_STORES, &OTHER_STORES})
+        for (const Store& store : *stores)
+            EXPECT_TRUE(planLine(run.out, home / store.path).starts_with("  " + store.label))
+                << store.path << "\n" << run.out;
+    EXPECT_TRUE(planLine(run.out, home / "code/web/node_modules").starts_with("  [A] Build artifacts · ")) << run.out;
+    EXPECT_TRUE(planLine(run.out, home / "code/rusty/target").starts_with("  [B] Build artifacts · ")) << run.out;
+    for (const char* absent : {"code/loose/node_modules", "code/loose/target", ".config/app/node_modules",
+                               ".local/share/tool/target", "code/busy/node_modules"})
+        EXPECT_EQ(run.out.find(home / absent), std::string::npos) << absent << " must not be offered\n" << run.out;
+    // Shown below the plan, never in it: the person's own call, and a store only podman may clear.
+    size_t leftAlone = run.out.find("Not offered — yours to judge, or protected:\n");
+    ASSERT_NE(leftAlone, std::string::npos) << run.out;
+    EXPECT_GT(run.out.find(home / ".cache/JetBrains"), leftAlone) << run.out;
+    EXPECT_NE(run.out.find(home / ".local/share/containers/storage\n     ↳ Only podman may remove it: clear it with podman system prune\n"),
+              std::string::npos)
+        << run.out;
+}
+
+TEST(PlatformStores, XdgCacheHomeMovesExactlyTheStoresWhoseToolsHonourIt) {
+    TempHome home;
+    std::string elsewhere = home / "elsewhere";
+    for (const Store& store : CACHE_STORES) {
+        fillStore(home / store.path);  // left behind at the default place
+        fillStore(elsewhere + "/" + store.path.substr(std::string(".cache/").size()));
+    }
+    for (const Store& store : OTHER_STORES) fillStore(home / store.path);
+    fillStore(home / ".cache/Cypress");  // Cypress ignores XDG_CACHE_HOME
+
+    std::vector<std::string> environment = ENGLISH;
+    environment.push_back("XDG_CACHE_HOME=" + elsewhere);
+    auto run = testing::runKelvorBinary({"--mode", "clean", "--include-unverified"}, environment);
+    ASSERT_EQ(run.status, 0) << run.err;
+    for (const Store& store : CACHE_STORES) {
+        std::string moved = elsewhere + "/" + store.path.substr(std::string(".cache/").size());
+        std::string line = planLine(run.out, moved);
+        EXPECT_TRUE(line.starts_with("  " + store.label)) << moved << "\n" << run.out;
+        EXPECT_NE(line.find("(env-relocated — confirm per item)"), std::string::npos) << line;
+        EXPECT_EQ(planLine(run.out, home / store.path), "") << store.path << " is no longer the tool's store";
+    }
+    for (const Store& store : OTHER_STORES)
+        EXPECT_TRUE(planLine(run.out, home / store.path).starts_with("  " + store.label)) << store.path << "\n" << run.out;
+    EXPECT_TRUE(planLine(run.out, home / ".cache/Cypress").starts_with("  [A] Cypress · ")) << run.out;
+}
+
+}  // namespace
+}  // namespace kelvor
