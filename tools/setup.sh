@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
-# Installs what a fresh Debian machine lacks to build Kelvor, then configures and builds it.
+# Installs what a fresh Debian machine lacks to build Kelvor, then configures and builds it in
+# build/ (Release with the system's g++). KELVOR_WERROR=ON in the environment makes warnings errors.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-packages=(g++ cmake ninja-build libgtest-dev nlohmann-json3-dev)
+packages=(g++ clang cmake ninja-build libgtest-dev nlohmann-json3-dev)
 missing=()
 for package in "${packages[@]}"; do
   dpkg -s "$package" >/dev/null 2>&1 || missing+=("$package")
@@ -14,5 +15,9 @@ if [ ${#missing[@]} -gt 0 ]; then
   apt-get install -y -qq "${missing[@]}"
 fi
 
-cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+# ccache speeds rebuilds where someone installed it; an unset KELVOR_WERROR keeps the folder's choice.
+options=(-G Ninja -DCMAKE_BUILD_TYPE=Release)
+if command -v ccache >/dev/null; then options+=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache); fi
+if [ -n "${KELVOR_WERROR:-}" ]; then options+=("-DKELVOR_WERROR=$KELVOR_WERROR"); fi
+cmake -S . -B build "${options[@]}" >/dev/null
 cmake --build build
