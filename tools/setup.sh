@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
-# Installs what a fresh Debian machine lacks to build Kelvor, then configures and builds it.
+# Installs what a fresh Debian machine lacks to build Kelvor, then configures and builds it in
+# build/ (Release with the system's g++). KELVOR_WERROR=ON in the environment makes warnings errors.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-packages=(g++ cmake ninja-build libgtest-dev nlohmann-json3-dev)
+packages=(g++ clang cmake ninja-build libgtest-dev nlohmann-json3-dev)
 # The official MCP client that the automation tests drive runs on Node.js.
 command -v node >/dev/null 2>&1 || packages+=(nodejs npm)
 missing=()
@@ -22,5 +23,9 @@ if [ ! -d "$client/node_modules" ] || [ "$client/package-lock.json" -nt "$client
   (cd "$client" && npm ci --no-audit --no-fund --loglevel=error)
 fi
 
-cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+# ccache speeds rebuilds where someone installed it; an unset KELVOR_WERROR keeps the folder's choice.
+options=(-G Ninja -DCMAKE_BUILD_TYPE=Release)
+if command -v ccache >/dev/null; then options+=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache); fi
+if [ -n "${KELVOR_WERROR:-}" ]; then options+=("-DKELVOR_WERROR=$KELVOR_WERROR"); fi
+cmake -S . -B build "${options[@]}" >/dev/null
 cmake --build build

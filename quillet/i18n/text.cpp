@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "quillet/i18n/translations.hpp"
+#include "quillet/platform/desktop.hpp"
 
 namespace kelvor {
 
@@ -99,6 +100,14 @@ std::string trf(std::string_view english, std::string_view korean, std::initiali
 
 std::string trf(const Sentence& sentence, std::initializer_list<std::string_view> args) {
     return trf(sentence.english, sentence.korean, args);
+}
+
+const Sentence& onThisDesktop(const DesktopSentence& sentence) {
+    return thisDesktop() == Desktop::mac ? sentence.mac : sentence.linuxDesktop;
+}
+
+std::string trf(const DesktopSentence& sentence, std::initializer_list<std::string_view> args) {
+    return trf(onThisDesktop(sentence), args);
 }
 
 std::string trfIn(AppLang lang, const Sentence& sentence, std::initializer_list<std::string_view> args) {

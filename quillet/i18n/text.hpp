@@ -17,6 +17,11 @@ std::string trf(std::string_view english, std::string_view korean,
                 std::initializer_list<std::string_view> args = {});
 std::string trf(const Sentence& sentence, std::initializer_list<std::string_view> args = {});
 
+// The form of a desktop sentence that this build's desktop shows, and that form in the current
+// language.
+const Sentence& onThisDesktop(const DesktopSentence& sentence);
+std::string trf(const DesktopSentence& sentence, std::initializer_list<std::string_view> args = {});
+
 // The same lookup in a given language, for reports that must be in one language.
 std::string trfIn(AppLang lang, const Sentence& sentence, std::initializer_list<std::string_view> args = {});
 

@@ -1,6 +1,5 @@
 #include "quillet/main/modes.hpp"
 
-#include <algorithm>
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -29,36 +28,48 @@ int runUnavailable(const Settings& settings) {
 int runI18n(const Settings&) { return runI18nCheck() == 0 ? 0 : 1; }
 
 constexpr ModeEntry MODE_TABLE[] = {
-    {"support-matrix", runSupportMatrix, Housekeeping::skipped},
-    {"support-json", runSupportJson, Housekeeping::skipped},
-    {"mcp", runMcp},
-    {"mcp-install", runMCPInstall},
-    {"detect", runUnavailable},
-    {"quarantine", runUnavailable},
-    {"forget", runUnavailable},
-    {"unclaimed", runUnclaimedMode},
-    {"oneclick", runUnavailable},
-    {"ruleaudit", runUnavailable},
-    {"audit", runUnavailable},
-    {"i18n", runI18n},
-    {"verify", runUnavailable},
-    {"gui", runUnavailable},
-    {"dupes", runUnavailable},
-    {"similar", runUnavailable},
-    {"trash-others", runUnavailable},
-    {"restore", runUnavailable},
-    {"docker", runUnavailable},
-    {"mem", runUnavailable},
-    {"relocate", runUnavailable},
-    {"archive", runUnavailable},
-    {"exclude", runExclude},
-    {"icon", runUnavailable},
-    {"icon-art", runUnavailable},
-    {"clean", runClean},
-    {"treemap", runUnavailable},
-    {"bars", runUnavailable},
-    {"icicle", runUnavailable},
-    {"sunburst", runUnavailable},
+    {"support-matrix", "the catalog as a Markdown document", runSupportMatrix, Housekeeping::skipped},
+    {"support-json", "the catalog as JSON", runSupportJson, Housekeeping::skipped},
+    {"mcp", "the automation server on standard input and output", runMcp},
+    {"mcp-install", "connect every AI assistant found on this machine", runMCPInstall},
+    {"detect", "AI and developer tool detection report", runUnavailable},
+    {"quarantine", "the quarantine ledger report; with --undo, restore from quarantine", runUnavailable},
+    {"forget", "clear what Kelvor keeps about itself", runUnavailable},
+    {"unclaimed", "space no rule accounts for", runUnclaimedMode},
+    {"oneclick", "the rule audit (as ruleaudit)", runUnavailable},
+    {"ruleaudit", "the rule audit", runUnavailable},
+    {"audit", "re-run the provers against live stores", runUnavailable},
+    {"i18n", "check that every language table holds every sentence", runI18n},
+    {"verify", "check each rule's verdict against the machine", runUnavailable},
+    {"gui", "the desktop application", runUnavailable},
+    {"dupes", "duplicate model files, proven by digest", runUnavailable},
+    {"similar", "similar photos and clips", runUnavailable},
+    {"trash-others", "what other programs left in the Trash", runUnavailable},
+    {"restore", "the restore centre: recorded ways back", runUnavailable},
+    {"docker", "Docker images, build cache and simulator runtimes", runUnavailable},
+    {"mem", "memory report", runUnavailable},
+    {"relocate", "move stores to another disk", runUnavailable},
+    {"archive", "archive old files", runUnavailable},
+    {"exclude", "list, add and remove paths never offered again", runExclude},
+    {"icon", "render the application icon set", runUnavailable},
+    {"icon-art", "render the icon artwork", runUnavailable},
+    {"clean", "the clean plan; with --apply --yes, move it to the Trash; with --undo, restore", runClean},
+    {"treemap", "the visual report as a treemap", runUnavailable},
+    {"bars", "the visual report as bars", runUnavailable},
+    {"icicle", "the visual report as an icicle chart", runUnavailable},
+    {"sunburst", "the visual report as a sunburst", runUnavailable},
+    {.name = "fm",
+     .description = "scan speed: the standard library's iterator, one thread",
+     .walker = Walker::fileManager},
+    {.name = "bulk",
+     .description = "scan speed: bulk directory reads on one worker",
+     .walker = Walker::bulk},
+    {.name = "par",
+     .description = "scan speed: bulk reads on every worker, depth first",
+     .walker = Walker::parallel},
+    {.name = "bfs",
+     .description = "scan speed: bulk reads on every worker, breadth first",
+     .walker = Walker::breadthFirst},
 };
 
 }  // namespace
@@ -73,13 +84,13 @@ const ModeEntry* findMode(std::string_view name) {
 
 int dispatchModes(const Settings& settings) {
     if (settings.modes.size() == 1)
-        if (const ModeEntry* entry = findMode(settings.modes.front())) return entry->run(settings);
-    std::vector<std::string> walkers;
+        if (const ModeEntry* entry = findMode(settings.modes.front()); entry && entry->run)
+            return entry->run(settings);
+    std::vector<WalkerRun> walkers;
     for (const std::string& name : settings.modes) {
-        if (std::find(SCAN_SPEED_MODES.begin(), SCAN_SPEED_MODES.end(), name) != SCAN_SPEED_MODES.end())
-            walkers.push_back(name);
-        else
-            std::printf("%s\n", trf(S::unknownMode, {escapeControls(name)}).c_str());
+        const ModeEntry* entry = findMode(name);
+        if (entry && entry->walker) walkers.push_back({name, *entry->walker});
+        else std::printf("%s\n", trf(S::unknownMode, {escapeControls(name)}).c_str());
     }
     if (!walkers.empty()) return runScanSpeed(settings, walkers);
     return 0;

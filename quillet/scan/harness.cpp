@@ -17,26 +17,31 @@ namespace kelvor {
 
 namespace {
 
-std::string joined(const std::vector<std::string>& names) {
+std::string joined(const std::vector<WalkerRun>& walkers) {
     std::string out;
-    for (const std::string& name : names) out += (out.empty() ? "" : ", ") + name;
+    for (const WalkerRun& run : walkers) out += (out.empty() ? "" : ", ") + run.name;
     return out;
 }
 
 void printLine(const std::string& text) { std::printf("%s\n", text.c_str()); }
 
 // One walker over the buckets, timed from before the root's own files are counted.
-void runWalker(const std::string& mode, const Settings& settings, int threads, const Buckets& buckets) {
+void runWalker(const WalkerRun& run, const Settings& settings, int threads, const Buckets& buckets) {
+    const std::string& mode = run.name;
     const double start = monotonicSeconds();
     Agg agg(buckets.names, start);
     const std::uint64_t rootFileBytes = countRootFiles(buckets, agg);
     double wall = 0;
-    const int workers = mode == "par" || mode == "bfs" ? threads : 1;
+    const bool everyWorker = run.walker == Walker::parallel || run.walker == Walker::breadthFirst;
+    const int workers = everyWorker ? threads : 1;
     {
         Sampler sampler(agg);
-        if (mode == "fm") scanFileManager(settings.root, agg, bucketIndex(buckets));
-        else if (mode == "bulk" || mode == "par") scanBulk(workers, agg, buckets.seeds, QueueOrder::depthFirst);
-        else if (mode == "bfs") scanBulk(workers, agg, buckets.seeds, QueueOrder::breadthFirst);
+        switch (run.walker) {
+            case Walker::fileManager: scanFileManager(settings.root, agg, bucketIndex(buckets)); break;
+            case Walker::bulk:
+            case Walker::parallel: scanBulk(workers, agg, buckets.seeds, QueueOrder::depthFirst); break;
+            case Walker::breadthFirst: scanBulk(workers, agg, buckets.seeds, QueueOrder::breadthFirst); break;
+        }
         wall = monotonicSeconds() - start;
         sampler.stop();
     }
@@ -57,7 +62,7 @@ void runWalker(const std::string& mode, const Settings& settings, int threads, c
 
 }  // namespace
 
-int runScanSpeed(const Settings& settings, const std::vector<std::string>& walkers) {
+int runScanSpeed(const Settings& settings, const std::vector<WalkerRun>& walkers) {
     const int threads = std::max(1, settings.threads);
     const Buckets buckets = makeBuckets(settings.root);
     printLine(trf(S::scanRootLine, {escapeControls(settings.root)}));
@@ -65,7 +70,7 @@ int runScanSpeed(const Settings& settings, const std::vector<std::string>& walke
     printLine(trf(S::scanModesLine, {joined(walkers)}));
     printLine(trf(S::scanBucketsLine, {std::to_string(buckets.names.size())}));
     std::fflush(stdout);
-    for (const std::string& mode : walkers) runWalker(mode, settings, threads, buckets);
+    for (const WalkerRun& run : walkers) runWalker(run, settings, threads, buckets);
     return 0;
 }
 

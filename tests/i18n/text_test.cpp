@@ -4,6 +4,7 @@
 
 #include "quillet/i18n/text.hpp"
 #include "quillet/i18n/translations.hpp"
+#include "quillet/platform/desktop.hpp"
 
 namespace kelvor {
 namespace {
@@ -42,6 +43,25 @@ TEST(Trf, ChoosesTheSentenceOfTheCurrentLanguage) {
         EXPECT_EQ(trf("not in any table {0}", "표에 없음 {0}", {"y"}), "not in any table y") << "falls back to English";
     }
     EXPECT_EQ(trf(S::unknownMode, {"x"}), "unknown mode x");
+}
+
+// Not registered: every language but Korean falls back to the English of the form shown.
+constexpr DesktopSentence TRASH_ACCESS{
+    {"grant Full Disk Access to {0} in System Settings", "시스템 설정에서 {0}에 전체 디스크 접근 권한을 주세요"},
+    {"let {0} read the Trash folder", "{0}이(가) 휴지통 폴더를 읽을 수 있게 해 주세요"}};
+
+TEST(Trf, ADesktopSentenceSpeaksOfThisBuildsDesktopInEveryLanguage) {
+    const bool mac = thisDesktop() == Desktop::mac;
+    const std::string english = mac ? "grant Full Disk Access to Kelvor in System Settings"
+                                     : "let Kelvor read the Trash folder";
+    EXPECT_EQ(trf(TRASH_ACCESS, {"Kelvor"}), english);
+    for (AppLang lang : {AppLang::de, AppLang::ja, AppLang::zhHant}) {
+        LanguageScope scope(lang);
+        EXPECT_EQ(trf(TRASH_ACCESS, {"Kelvor"}), english) << langCode(lang);
+    }
+    LanguageScope korean(AppLang::ko);
+    EXPECT_EQ(trf(TRASH_ACCESS, {"Kelvor"}), mac ? "시스템 설정에서 Kelvor에 전체 디스크 접근 권한을 주세요"
+                                                 : "Kelvor이(가) 휴지통 폴더를 읽을 수 있게 해 주세요");
 }
 
 TEST(L, TranslatesLabelsWholeOrPartByPart) {

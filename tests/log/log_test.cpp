@@ -104,7 +104,7 @@ TEST(Log, TwoProcessesWritingAtOnceLeaveEveryLineWhole) {
     const std::string padding(60, 'x');
     auto writer = [&](char tag) {
         for (int i = 0; i < 5000; ++i)
-            appendLogLine(folder, formatLogLine("proc", std::string(1, tag) + std::to_string(i) + padding));
+            appendLogLine(folder, formatLogLine("proc", std::string(1, tag).append(std::to_string(i)).append(padding)));
     };
     pid_t child = fork();
     if (child == 0) {

@@ -1,19 +1,15 @@
 #include "quillet/i18n/translations.hpp"
 
+#include "quillet/i18n/file_path.hpp"
+
 namespace kelvor {
 
 namespace {
 
 constexpr Translation ROWS[] = {
-#include "quillet/i18n/tables/de/main.inc"
-#include "quillet/i18n/tables/de/clean.inc"
-#include "quillet/i18n/tables/de/space.inc"
-#include "quillet/i18n/tables/de/unclaimed.inc"
-#include "quillet/i18n/tables/de/scan.inc"
-#include "quillet/i18n/tables/de/catalog.inc"
-#include "quillet/i18n/tables/de/automation.inc"
-#include "quillet/i18n/tables/de/mcp_install.inc"
-#include "quillet/i18n/tables/de/catalog_linux.inc"
+#define SUBSYSTEM_FILE(subsystem) KELVOR_TABLE_FILE(de, subsystem)
+#include "quillet/i18n/subsystems.def"
+#undef SUBSYSTEM_FILE
 };
 
 }  // namespace

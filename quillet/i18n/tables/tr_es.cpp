@@ -1,19 +1,15 @@
 #include "quillet/i18n/translations.hpp"
 
+#include "quillet/i18n/file_path.hpp"
+
 namespace kelvor {
 
 namespace {
 
 constexpr Translation ROWS[] = {
-#include "quillet/i18n/tables/es/main.inc"
-#include "quillet/i18n/tables/es/clean.inc"
-#include "quillet/i18n/tables/es/space.inc"
-#include "quillet/i18n/tables/es/unclaimed.inc"
-#include "quillet/i18n/tables/es/scan.inc"
-#include "quillet/i18n/tables/es/catalog.inc"
-#include "quillet/i18n/tables/es/automation.inc"
-#include "quillet/i18n/tables/es/mcp_install.inc"
-#include "quillet/i18n/tables/es/catalog_linux.inc"
+#define SUBSYSTEM_FILE(subsystem) KELVOR_TABLE_FILE(es, subsystem)
+#include "quillet/i18n/subsystems.def"
+#undef SUBSYSTEM_FILE
 };
 
 }  // namespace

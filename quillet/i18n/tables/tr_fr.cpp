@@ -1,19 +1,15 @@
 #include "quillet/i18n/translations.hpp"
 
+#include "quillet/i18n/file_path.hpp"
+
 namespace kelvor {
 
 namespace {
 
 constexpr Translation ROWS[] = {
-#include "quillet/i18n/tables/fr/main.inc"
-#include "quillet/i18n/tables/fr/clean.inc"
-#include "quillet/i18n/tables/fr/space.inc"
-#include "quillet/i18n/tables/fr/unclaimed.inc"
-#include "quillet/i18n/tables/fr/scan.inc"
-#include "quillet/i18n/tables/fr/catalog.inc"
-#include "quillet/i18n/tables/fr/automation.inc"
-#include "quillet/i18n/tables/fr/mcp_install.inc"
-#include "quillet/i18n/tables/fr/catalog_linux.inc"
+#define SUBSYSTEM_FILE(subsystem) KELVOR_TABLE_FILE(fr, subsystem)
+#include "quillet/i18n/subsystems.def"
+#undef SUBSYSTEM_FILE
 };
 
 }  // namespace

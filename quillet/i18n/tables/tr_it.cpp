@@ -1,19 +1,15 @@
 #include "quillet/i18n/translations.hpp"
 
+#include "quillet/i18n/file_path.hpp"
+
 namespace kelvor {
 
 namespace {
 
 constexpr Translation ROWS[] = {
-#include "quillet/i18n/tables/it/main.inc"
-#include "quillet/i18n/tables/it/clean.inc"
-#include "quillet/i18n/tables/it/space.inc"
-#include "quillet/i18n/tables/it/unclaimed.inc"
-#include "quillet/i18n/tables/it/scan.inc"
-#include "quillet/i18n/tables/it/catalog.inc"
-#include "quillet/i18n/tables/it/automation.inc"
-#include "quillet/i18n/tables/it/mcp_install.inc"
-#include "quillet/i18n/tables/it/catalog_linux.inc"
+#define SUBSYSTEM_FILE(subsystem) KELVOR_TABLE_FILE(it, subsystem)
+#include "quillet/i18n/subsystems.def"
+#undef SUBSYSTEM_FILE
 };
 
 }  // namespace

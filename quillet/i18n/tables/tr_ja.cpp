@@ -1,19 +1,15 @@
 #include "quillet/i18n/translations.hpp"
 
+#include "quillet/i18n/file_path.hpp"
+
 namespace kelvor {
 
 namespace {
 
 constexpr Translation ROWS[] = {
-#include "quillet/i18n/tables/ja/main.inc"
-#include "quillet/i18n/tables/ja/clean.inc"
-#include "quillet/i18n/tables/ja/space.inc"
-#include "quillet/i18n/tables/ja/unclaimed.inc"
-#include "quillet/i18n/tables/ja/scan.inc"
-#include "quillet/i18n/tables/ja/catalog.inc"
-#include "quillet/i18n/tables/ja/automation.inc"
-#include "quillet/i18n/tables/ja/mcp_install.inc"
-#include "quillet/i18n/tables/ja/catalog_linux.inc"
+#define SUBSYSTEM_FILE(subsystem) KELVOR_TABLE_FILE(ja, subsystem)
+#include "quillet/i18n/subsystems.def"
+#undef SUBSYSTEM_FILE
 };
 
 }  // namespace

@@ -1,19 +1,15 @@
 #include "quillet/i18n/translations.hpp"
 
+#include "quillet/i18n/file_path.hpp"
+
 namespace kelvor {
 
 namespace {
 
 constexpr Translation ROWS[] = {
-#include "quillet/i18n/tables/pl/main.inc"
-#include "quillet/i18n/tables/pl/clean.inc"
-#include "quillet/i18n/tables/pl/space.inc"
-#include "quillet/i18n/tables/pl/unclaimed.inc"
-#include "quillet/i18n/tables/pl/scan.inc"
-#include "quillet/i18n/tables/pl/catalog.inc"
-#include "quillet/i18n/tables/pl/automation.inc"
-#include "quillet/i18n/tables/pl/mcp_install.inc"
-#include "quillet/i18n/tables/pl/catalog_linux.inc"
+#define SUBSYSTEM_FILE(subsystem) KELVOR_TABLE_FILE(pl, subsystem)
+#include "quillet/i18n/subsystems.def"
+#undef SUBSYSTEM_FILE
 };
 
 }  // namespace

@@ -1,19 +1,15 @@
 #include "quillet/i18n/translations.hpp"
 
+#include "quillet/i18n/file_path.hpp"
+
 namespace kelvor {
 
 namespace {
 
 constexpr Translation ROWS[] = {
-#include "quillet/i18n/tables/pt_br/main.inc"
-#include "quillet/i18n/tables/pt_br/clean.inc"
-#include "quillet/i18n/tables/pt_br/space.inc"
-#include "quillet/i18n/tables/pt_br/unclaimed.inc"
-#include "quillet/i18n/tables/pt_br/scan.inc"
-#include "quillet/i18n/tables/pt_br/catalog.inc"
-#include "quillet/i18n/tables/pt_br/automation.inc"
-#include "quillet/i18n/tables/pt_br/mcp_install.inc"
-#include "quillet/i18n/tables/pt_br/catalog_linux.inc"
+#define SUBSYSTEM_FILE(subsystem) KELVOR_TABLE_FILE(pt_br, subsystem)
+#include "quillet/i18n/subsystems.def"
+#undef SUBSYSTEM_FILE
 };
 
 }  // namespace

@@ -1,19 +1,15 @@
 #include "quillet/i18n/translations.hpp"
 
+#include "quillet/i18n/file_path.hpp"
+
 namespace kelvor {
 
 namespace {
 
 constexpr Translation ROWS[] = {
-#include "quillet/i18n/tables/zh_hans/main.inc"
-#include "quillet/i18n/tables/zh_hans/clean.inc"
-#include "quillet/i18n/tables/zh_hans/space.inc"
-#include "quillet/i18n/tables/zh_hans/unclaimed.inc"
-#include "quillet/i18n/tables/zh_hans/scan.inc"
-#include "quillet/i18n/tables/zh_hans/catalog.inc"
-#include "quillet/i18n/tables/zh_hans/automation.inc"
-#include "quillet/i18n/tables/zh_hans/mcp_install.inc"
-#include "quillet/i18n/tables/zh_hans/catalog_linux.inc"
+#define SUBSYSTEM_FILE(subsystem) KELVOR_TABLE_FILE(zh_hans, subsystem)
+#include "quillet/i18n/subsystems.def"
+#undef SUBSYSTEM_FILE
 };
 
 }  // namespace

@@ -1,19 +1,15 @@
 #include "quillet/i18n/translations.hpp"
 
+#include "quillet/i18n/file_path.hpp"
+
 namespace kelvor {
 
 namespace {
 
 constexpr Translation ROWS[] = {
-#include "quillet/i18n/tables/zh_hant/main.inc"
-#include "quillet/i18n/tables/zh_hant/clean.inc"
-#include "quillet/i18n/tables/zh_hant/space.inc"
-#include "quillet/i18n/tables/zh_hant/unclaimed.inc"
-#include "quillet/i18n/tables/zh_hant/scan.inc"
-#include "quillet/i18n/tables/zh_hant/catalog.inc"
-#include "quillet/i18n/tables/zh_hant/automation.inc"
-#include "quillet/i18n/tables/zh_hant/mcp_install.inc"
-#include "quillet/i18n/tables/zh_hant/catalog_linux.inc"
+#define SUBSYSTEM_FILE(subsystem) KELVOR_TABLE_FILE(zh_hant, subsystem)
+#include "quillet/i18n/subsystems.def"
+#undef SUBSYSTEM_FILE
 };
 
 }  // namespace
