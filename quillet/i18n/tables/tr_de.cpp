@@ -10,6 +10,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/de/space.inc"
 #include "quillet/i18n/tables/de/scan.inc"
 #include "quillet/i18n/tables/de/catalog.inc"
+#include "quillet/i18n/tables/de/guards.inc"
 };
 
 }  // namespace

@@ -10,6 +10,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/es/space.inc"
 #include "quillet/i18n/tables/es/scan.inc"
 #include "quillet/i18n/tables/es/catalog.inc"
+#include "quillet/i18n/tables/es/guards.inc"
 };
 
 }  // namespace

@@ -10,6 +10,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/it/space.inc"
 #include "quillet/i18n/tables/it/scan.inc"
 #include "quillet/i18n/tables/it/catalog.inc"
+#include "quillet/i18n/tables/it/guards.inc"
 };
 
 }  // namespace

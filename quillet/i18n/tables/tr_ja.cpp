@@ -10,6 +10,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/ja/space.inc"
 #include "quillet/i18n/tables/ja/scan.inc"
 #include "quillet/i18n/tables/ja/catalog.inc"
+#include "quillet/i18n/tables/ja/guards.inc"
 };
 
 }  // namespace

@@ -10,6 +10,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/pt_br/space.inc"
 #include "quillet/i18n/tables/pt_br/scan.inc"
 #include "quillet/i18n/tables/pt_br/catalog.inc"
+#include "quillet/i18n/tables/pt_br/guards.inc"
 };
 
 }  // namespace

@@ -10,6 +10,7 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/zh_hant/space.inc"
 #include "quillet/i18n/tables/zh_hant/scan.inc"
 #include "quillet/i18n/tables/zh_hant/catalog.inc"
+#include "quillet/i18n/tables/zh_hant/guards.inc"
 };
 
 }  // namespace

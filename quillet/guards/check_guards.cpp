@@ -1,0 +1,171 @@
+// The four checks a target passes before it moves.
+#include <algorithm>
+#include <cstdio>
+
+#include "quillet/guards/guards.hpp"
+#include "quillet/guards/owner_guards.hpp"
+#include "quillet/i18n/text.hpp"
+#include "quillet/platform/path_inside.hpp"
+
+namespace kelvor {
+
+namespace {
+
+// A process's executable or command line may hold any byte; the plan prints it on a terminal.
+std::string shown(std::string_view text) {
+    std::string out;
+    out.reserve(text.size());
+    for (unsigned char c : text) {
+        if (c < 0x20 || c == 0x7F) {
+            char escape[5];
+            std::snprintf(escape, sizeof escape, "\\x%02X", c);
+            out += escape;
+        } else {
+            out += static_cast<char>(c);
+        }
+    }
+    return out;
+}
+
+// What a process is called in a sentence: its executable, or its command when that is unreadable.
+std::string procName(const Proc& proc) {
+    if (!proc.path.empty()) return shown(proc.path);
+    return shown(std::string_view(proc.args).substr(0, std::string_view(proc.args).find(' ')));
+}
+
+const Proc* procById(const std::vector<Proc>& procs, std::int32_t pid) {
+    auto found = std::find_if(procs.begin(), procs.end(), [pid](const Proc& p) { return p.pid == pid; });
+    return found == procs.end() ? nullptr : &*found;
+}
+
+bool isSimulatorProc(const Proc& proc) {
+    return proc.path.find("/Library/Developer/PrivateFrameworks/CoreSimulator.framework/") != std::string::npos ||
+           proc.path.find("/Developer/CoreSimulator/") != std::string::npos;
+}
+
+bool isSafariWebKitHelper(const Proc& proc) { return proc.path.find("com.apple.WebKit.") != std::string::npos; }
+
+// xcodebuild asked only for information (versions, SDKs, settings) builds nothing.
+bool xcodeBuildStarted(const Proc& proc) {
+    for (std::string_view query : {" -version", " -showsdks", " -list", " -showBuildSettings", " -help", " -usage",
+                                   " -find", " -license", " -checkFirstLaunchStatus"})
+        if (proc.args.find(query) != std::string::npos) return false;
+    return true;
+}
+
+// The row's own fragments, not guardProcLabel: two owners may share an app (Docker and Docker
+// Desktop) and the label names only the first.
+bool ownersApp(const OwnerGuard& row, const Proc& proc) {
+    auto inPath = [&](std::string_view fragment) { return proc.path.find(fragment) != std::string::npos; };
+    return !proc.path.empty() && (std::any_of(row.appFragments.begin(), row.appFragments.end(), inPath) ||
+                                  std::any_of(row.linuxAppFragments.begin(), row.linuxAppFragments.end(), inPath));
+}
+
+bool ownersTool(const OwnerGuard& row, const Proc& proc) {
+    for (std::string_view tool : row.toolNames)
+        if (procRunsTool(proc, tool)) return true;
+    for (std::string_view token : row.libraryTokens)
+        if (procMentionsToken(proc, token)) return true;
+    return false;
+}
+
+void checkBinariesInside(const std::string& target, const std::vector<Proc>& procs,
+                         std::vector<GuardViolation>& out) {
+    for (const Proc& proc : procs) {
+        if (proc.path.empty() || !pathInside(proc.path, target)) continue;
+        out.push_back({.reason = trf(S::guardBinaryInside, {std::to_string(proc.pid), shown(proc.path)}), .hard = true});
+    }
+}
+
+void checkOpenFiles(const std::string& target, const std::vector<Proc>& procs,
+                    const std::vector<OpenFile>& openFiles, std::vector<GuardViolation>& out) {
+    auto byPath = [](const OpenFile& a, const OpenFile& b) { return a.path < b.path; };
+    // openHomeFiles sorts its list, so a target's files are one run found by binary search; a list
+    // built some other way is sorted here first rather than searched wrongly.
+    std::vector<OpenFile> sortedCopy;
+    const std::vector<OpenFile>* files = &openFiles;
+    if (!std::is_sorted(openFiles.begin(), openFiles.end(), byPath)) {
+        sortedCopy = openFiles;
+        std::sort(sortedCopy.begin(), sortedCopy.end(), byPath);
+        files = &sortedCopy;
+    }
+    std::vector<std::int32_t> reported;
+    auto first = std::lower_bound(files->begin(), files->end(), OpenFile{0, target}, byPath);
+    // Everything inside the target begins with its text; "target-2" sorts among them and is passed.
+    for (auto it = first; it != files->end() && it->path.starts_with(target); ++it) {
+        if (!pathInside(it->path, target)) continue;
+        // One sentence per process: a program holding a thousand files is still one reason.
+        if (std::find(reported.begin(), reported.end(), it->pid) != reported.end()) continue;
+        reported.push_back(it->pid);
+        const std::string pid = std::to_string(it->pid);
+        const Proc* proc = procById(procs, it->pid);
+        std::optional<std::string> label = proc ? guardProcLabel(*proc) : std::nullopt;
+        if (proc && isSafariWebKitHelper(*proc)) {
+            out.push_back({.reason = trf(S::guardSafariHelperFileOpen, {pid, shown(it->path)}), .quitFrees = true});
+        } else if (label) {
+            out.push_back({.reason = trf(S::guardAppFileOpen, {shown(*label), pid, shown(it->path)}), .quitFrees = true});
+        } else {
+            out.push_back({.reason = trf(S::guardFileOpen, {pid, shown(it->path)}), .hard = true});
+        }
+    }
+}
+
+void checkOwnerRunning(const OwnerGuard& row, const std::vector<Proc>& procs, std::vector<GuardViolation>& out) {
+    const std::string owner = shown(row.owner);
+    bool appReported = false;
+    std::vector<const Proc*> helpers;
+    for (const Proc& proc : procs) {
+        const std::string pid = std::to_string(proc.pid);
+        if (isSimulatorProc(proc) && ownersApp(row, proc)) {
+            out.push_back({.reason = trf(S::guardSimulatorHolds, {owner, pid, procName(proc)}), .simulator = true});
+            continue;
+        }
+        if (row.owner == "Xcode" && std::string_view(proc.path).ends_with("/xcodebuild") && !xcodeBuildStarted(proc))
+            continue;
+        if (ownersApp(row, proc)) {
+            const Proc* parent = procById(procs, proc.ppid);
+            if (parent && ownersApp(row, *parent)) {
+                helpers.push_back(&proc);
+            } else if (!appReported) {
+                // The app's own processes are one reason; quitting it ends them all.
+                appReported = true;
+                out.push_back({.reason = trf(S::guardOwningAppRunning, {owner}), .quitFrees = true});
+            }
+            continue;
+        }
+        if (!ownersTool(row, proc)) continue;
+        const Proc* parent = procById(procs, proc.ppid);
+        if (parent && ownersTool(row, *parent))
+            out.push_back({.reason = trf(S::guardOwnerHelperRunning, {owner, pid, procName(proc)})});
+        else
+            out.push_back({.reason = trf(S::guardToolRunning, {owner, pid, procName(proc)})});
+    }
+    // Helpers whose app is not itself listed (it ended, or runs as another user) still hold the store.
+    if (!appReported)
+        for (const Proc* helper : helpers)
+            out.push_back({.reason = trf(S::guardOwnerHelperRunning, {owner, std::to_string(helper->pid), procName(*helper)}),
+                           .quitFrees = true});
+}
+
+}  // namespace
+
+std::vector<GuardViolation> checkGuards(std::string_view owner, const std::string& path,
+                                        const std::vector<Proc>& procs,
+                                        const std::optional<std::vector<OpenFile>>& openFiles, LiveSafe liveSafe,
+                                        RecentWriteCheck recentWrite) {
+    std::string target = path;
+    while (target.size() > 1 && target.back() == '/') target.pop_back();
+    std::vector<GuardViolation> violations;
+    checkBinariesInside(target, procs, violations);
+    if (openFiles) checkOpenFiles(target, procs, *openFiles, violations);
+    if (liveSafe == LiveSafe::no)
+        if (const OwnerGuard* row = ownerGuard(owner)) checkOwnerRunning(*row, procs, violations);
+    if (recentWrite == RecentWriteCheck::run && recentWriteGuardOn()) {
+        std::int64_t window = recentWriteWindow();
+        if (treeHasRecentWrite(target, window))
+            violations.push_back({.reason = trf(S::guardRecentWrite, {std::to_string(window / 60)})});
+    }
+    return violations;
+}
+
+}  // namespace kelvor
