@@ -27,11 +27,7 @@ std::string shown(std::string_view text) {
     return out;
 }
 
-// What a process is called in a sentence: its executable, or its command when that is unreadable.
-std::string procName(const Proc& proc) {
-    if (!proc.path.empty()) return shown(proc.path);
-    return shown(std::string_view(proc.args).substr(0, std::string_view(proc.args).find(' ')));
-}
+std::string procName(const Proc& proc) { return shown(procCommandName(proc)); }
 
 const Proc* procById(const std::vector<Proc>& procs, std::int32_t pid) {
     auto found = std::find_if(procs.begin(), procs.end(), [pid](const Proc& p) { return p.pid == pid; });

@@ -80,6 +80,9 @@ std::optional<std::string> guardProcLabel(const Proc& proc);
 // True when `proc` runs the command `tool` ("hf download" names a command and its first argument),
 // directly or through an interpreter such as sh, env, python or node.
 bool procRunsTool(const Proc& proc, std::string_view tool);
+// The command a process runs, for a sentence: the script an interpreter was given, else the
+// executable (or the first argument when the executable cannot be read).
+std::string procCommandName(const Proc& proc);
 // True when an interpreter process names the library `token` among its arguments.
 bool procMentionsToken(const Proc& proc, std::string_view token);
 

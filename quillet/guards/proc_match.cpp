@@ -83,6 +83,14 @@ bool procRunsTool(const Proc& proc, std::string_view tool) {
     return false;
 }
 
+std::string procCommandName(const Proc& proc) {
+    std::vector<std::string_view> argv = words(proc.args);
+    size_t start = commandStart(argv);
+    if (start > 0 && start < argv.size()) return std::string(argv[start]);
+    if (!proc.path.empty()) return proc.path;
+    return argv.empty() ? std::string() : std::string(argv[0]);
+}
+
 bool procMentionsToken(const Proc& proc, std::string_view token) {
     if (token.empty()) return false;
     std::vector<std::string_view> argv = words(proc.args);

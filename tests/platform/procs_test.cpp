@@ -59,6 +59,37 @@ TEST(ProcText, OnlyFilesCountAsOpenFiles) {
         EXPECT_EQ(openFileFromLink(other), std::nullopt) << other;
 }
 
+TEST(ProcText, MappedFilesAreTakenFromMapsLines) {
+    struct Case {
+        std::string line;
+        std::optional<std::string> path;
+    };
+    const Case cases[] = {
+        {"7f1c2a000000-7f1c2b000000 r--s 00000000 08:01 1234    /home/a/.ollama/models/blobs/sha256-x\n",
+         "/home/a/.ollama/models/blobs/sha256-x"},
+        {"7f00-7f10 r--p 00001000 fd:00 99 /home/a/my models/w e.bin", "/home/a/my models/w e.bin"},
+        {"7f00-7f10 r--p 00000000 fd:00 99 /home/a/old.bin (deleted)", "/home/a/old.bin"},
+        {"55d0-55f0 rw-p 00000000 00:00 0                          [heap]", std::nullopt},
+        {"7ffd-7ffe rw-p 00000000 00:00 0", std::nullopt},
+        {"garbage", std::nullopt},
+        {"", std::nullopt},
+    };
+    for (const Case& c : cases) EXPECT_EQ(mappedFileFromMapsLine(c.line), c.path) << c.line;
+}
+
+TEST(ProcText, HidepidIsReadFromTheProcMountsOptions) {
+    const std::string plain = "22 1 0:21 / /proc rw,nosuid,nodev,noexec,relatime shared:12 - proc proc rw\n";
+    const std::string hidden =
+        "25 1 8:1 / / rw,relatime shared:1 - ext4 /dev/sda1 rw\n"
+        "22 1 0:21 / /proc rw,nosuid,nodev,noexec,relatime shared:12 - proc proc rw,hidepid=invisible,gid=4\n";
+    EXPECT_FALSE(procMountHidesOthers(plain));
+    EXPECT_TRUE(procMountHidesOthers(hidden));
+    EXPECT_TRUE(procMountHidesOthers("22 1 0:21 / /proc rw - proc proc rw,hidepid=2"));
+    EXPECT_FALSE(procMountHidesOthers("22 1 0:21 / /proc rw - proc proc rw,hidepid=0"));
+    EXPECT_FALSE(procMountHidesOthers("30 1 0:40 / /srv rw - ext4 /dev/x rw,hidepid=2")) << "not the proc file system";
+    EXPECT_FALSE(procMountHidesOthers(""));
+}
+
 // A table a test presents: what a caller sees when the system refuses to show processes.
 struct UnreadableTable : ProcessTableWrapper {
     using ProcessTableWrapper::ProcessTableWrapper;

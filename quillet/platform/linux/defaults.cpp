@@ -1,5 +1,7 @@
 #include "quillet/platform/defaults.hpp"
 
+#include <algorithm>
+#include <cstdint>
 #include <fstream>
 #include <nlohmann/json.hpp>
 
@@ -32,9 +34,10 @@ std::optional<std::string> userDefaultString(std::string_view key) {
 std::optional<std::int64_t> userDefaultInteger(std::string_view key) {
     std::optional<nlohmann::json> value = storedValue(key);
     if (!value) return std::nullopt;
+    // An unsigned number beyond the signed range is still "very large", not "absent" or negative.
+    if (value->is_number_unsigned())
+        return static_cast<std::int64_t>(std::min<std::uint64_t>(value->get<std::uint64_t>(), INT64_MAX));
     if (value->is_number_integer()) return value->get<std::int64_t>();
-    // An unsigned number beyond the signed range is still "very large", not "absent".
-    if (value->is_number_unsigned()) return INT64_MAX;
     return std::nullopt;
 }
 
