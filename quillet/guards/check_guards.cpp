@@ -73,18 +73,11 @@ void checkBinariesInside(const std::string& target, const std::vector<Proc>& pro
     }
 }
 
+bool byPath(const OpenFile& a, const OpenFile& b) { return a.path < b.path; }
+
+// `files` is sorted by path, so a target's files are one run found by binary search.
 void checkOpenFiles(const std::string& target, const std::vector<Proc>& procs,
-                    const std::vector<OpenFile>& openFiles, std::vector<GuardViolation>& out) {
-    auto byPath = [](const OpenFile& a, const OpenFile& b) { return a.path < b.path; };
-    // openHomeFiles sorts its list, so a target's files are one run found by binary search; a list
-    // built some other way is sorted here first rather than searched wrongly.
-    std::vector<OpenFile> sortedCopy;
-    const std::vector<OpenFile>* files = &openFiles;
-    if (!std::is_sorted(openFiles.begin(), openFiles.end(), byPath)) {
-        sortedCopy = openFiles;
-        std::sort(sortedCopy.begin(), sortedCopy.end(), byPath);
-        files = &sortedCopy;
-    }
+                    const std::vector<OpenFile>* files, std::vector<GuardViolation>& out) {
     std::vector<std::int32_t> reported;
     auto first = std::lower_bound(files->begin(), files->end(), OpenFile{0, target}, byPath);
     // Everything inside the target begins with its text; "target-2" sorts among them and is passed.
@@ -143,17 +136,14 @@ void checkOwnerRunning(const OwnerGuard& row, const std::vector<Proc>& procs, st
                            .quitFrees = true});
 }
 
-}  // namespace
-
-std::vector<GuardViolation> checkGuards(std::string_view owner, const std::string& path,
-                                        const std::vector<Proc>& procs,
-                                        const std::optional<std::vector<OpenFile>>& openFiles, LiveSafe liveSafe,
-                                        RecentWriteCheck recentWrite) {
+std::vector<GuardViolation> checkSorted(std::string_view owner, const std::string& path,
+                                        const std::vector<Proc>& procs, const std::vector<OpenFile>* sortedFiles,
+                                        LiveSafe liveSafe, RecentWriteCheck recentWrite) {
     std::string target = path;
     while (target.size() > 1 && target.back() == '/') target.pop_back();
     std::vector<GuardViolation> violations;
     checkBinariesInside(target, procs, violations);
-    if (openFiles) checkOpenFiles(target, procs, *openFiles, violations);
+    if (sortedFiles) checkOpenFiles(target, procs, sortedFiles, violations);
     if (liveSafe == LiveSafe::no)
         if (const OwnerGuard* row = ownerGuard(owner)) checkOwnerRunning(*row, procs, violations);
     if (recentWrite == RecentWriteCheck::run && recentWriteGuardOn()) {
@@ -162,6 +152,31 @@ std::vector<GuardViolation> checkGuards(std::string_view owner, const std::strin
             violations.push_back({.reason = trf(S::guardRecentWrite, {std::to_string(window / 60)})});
     }
     return violations;
+}
+
+}  // namespace
+
+OpenFileIndex::OpenFileIndex(std::vector<OpenFile> files) : files_(std::move(files)) {
+    std::stable_sort(files_.begin(), files_.end(), byPath);
+}
+
+std::vector<GuardViolation> checkGuards(std::string_view owner, const std::string& path,
+                                        const std::vector<Proc>& procs, const OpenFileIndex* openFiles,
+                                        LiveSafe liveSafe, RecentWriteCheck recentWrite) {
+    return checkSorted(owner, path, procs, openFiles ? &openFiles->files() : nullptr, liveSafe, recentWrite);
+}
+
+std::vector<GuardViolation> checkGuards(std::string_view owner, const std::string& path,
+                                        const std::vector<Proc>& procs,
+                                        const std::optional<std::vector<OpenFile>>& openFiles, LiveSafe liveSafe,
+                                        RecentWriteCheck recentWrite) {
+    if (!openFiles) return checkSorted(owner, path, procs, nullptr, liveSafe, recentWrite);
+    // openHomeFiles returns its list sorted; a list built some other way is sorted here rather
+    // than searched wrongly.
+    if (std::is_sorted(openFiles->begin(), openFiles->end(), byPath))
+        return checkSorted(owner, path, procs, &*openFiles, liveSafe, recentWrite);
+    OpenFileIndex index(*openFiles);
+    return checkSorted(owner, path, procs, &index.files(), liveSafe, recentWrite);
 }
 
 }  // namespace kelvor

@@ -59,6 +59,22 @@ std::vector<GuardViolation> checkGuards(std::string_view owner, const std::strin
                                         const std::optional<std::vector<OpenFile>>& openFiles, LiveSafe liveSafe,
                                         RecentWriteCheck recentWrite);
 
+// The open files sorted by path, built once per run: checkGuards then finds a target's files by
+// binary search alone, where a plain list is first checked for order on every call.
+class OpenFileIndex {
+public:
+    explicit OpenFileIndex(std::vector<OpenFile> files);
+    const std::vector<OpenFile>& files() const { return files_; }
+
+private:
+    std::vector<OpenFile> files_;
+};
+
+// checkGuards over an index; `openFiles` is null when the caller did not gather them.
+std::vector<GuardViolation> checkGuards(std::string_view owner, const std::string& path,
+                                        const std::vector<Proc>& procs, const OpenFileIndex* openFiles,
+                                        LiveSafe liveSafe, RecentWriteCheck recentWrite);
+
 // True when `path` or anything below it was modified within the last `withinSeconds`. Links are
 // not followed; a path that does not exist, or a folder that cannot be read, is no recent write.
 // The walk stops at the first recent entry.

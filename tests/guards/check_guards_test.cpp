@@ -75,6 +75,11 @@ TEST(CheckGuards, FilesOpenInsideAreHardForAnonymousProcessesAndSoftForApps) {
     EXPECT_TRUE(app->quitFrees);
     EXPECT_EQ(app->reason, "VS Code has a file open inside (pid 8: /home/a/.cache/store/b.db) — quitting it frees this");
 
+    const OpenFileIndex index(open);
+    std::vector<GuardViolation> indexed =
+        checkGuards("Cargo", "/home/a/.cache/store", procs, &index, LiveSafe::no, RecentWriteCheck::skip);
+    EXPECT_EQ(reasons(indexed), reasons(found)) << "an index gives the same answer";
+
     EXPECT_TRUE(checkGuards("Cargo", "/home/a/.cache/store", procs, std::nullopt, LiveSafe::no, RecentWriteCheck::skip)
                     .empty())
         << "without open files gathered, that check is not run";
