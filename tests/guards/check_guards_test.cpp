@@ -171,6 +171,9 @@ public:
     explicit Child(pid_t pid) : pid_(pid) {}
     ~Child() {
         if (pid_ <= 0) return;
+        // The whole group: a script's own children would otherwise outlive the test and keep
+        // its output open.
+        ::kill(-pid_, SIGKILL);
         ::kill(pid_, SIGKILL);
         ::waitpid(pid_, nullptr, 0);
     }
@@ -186,9 +189,14 @@ pid_t spawn(const std::vector<std::string>& argv) {
     std::vector<char*> args;
     for (const std::string& a : argv) args.push_back(const_cast<char*>(a.c_str()));
     args.push_back(nullptr);
+    posix_spawnattr_t attributes;
+    ::posix_spawnattr_init(&attributes);
+    ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
+    ::posix_spawnattr_setpgroup(&attributes, 0);
     pid_t pid = -1;
-    if (::posix_spawnp(&pid, args[0], nullptr, nullptr, args.data(), environ) != 0) return -1;
-    return pid;
+    int failed = ::posix_spawnp(&pid, args[0], nullptr, &attributes, args.data(), environ);
+    ::posix_spawnattr_destroy(&attributes);
+    return failed ? -1 : pid;
 }
 
 // Polls until `ready` holds (a child needs a moment to open its file or exec its program).
