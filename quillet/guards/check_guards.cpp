@@ -39,6 +39,13 @@ bool isSimulatorProc(const Proc& proc) {
            proc.path.find("/Developer/CoreSimulator/") != std::string::npos;
 }
 
+// A helper bundle nested inside the app's own (".../Google Chrome.app/Contents/Frameworks/...
+// Helper.app/Contents/MacOS/..."): it lives and ends with the app.
+bool helperFollowsApp(const Proc& proc) {
+    size_t outer = proc.path.find(".app/");
+    return outer != std::string::npos && proc.path.find(".app/", outer + 5) != std::string::npos;
+}
+
 bool isSafariWebKitHelper(const Proc& proc) { return proc.path.find("com.apple.WebKit.") != std::string::npos; }
 
 // xcodebuild asked only for information (versions, SDKs, settings) builds nothing.
@@ -111,6 +118,10 @@ void checkOwnerRunning(const OwnerGuard& row, const std::vector<Proc>& procs, st
         }
         if (row.owner == "Xcode" && std::string_view(proc.path).ends_with("/xcodebuild") && !xcodeBuildStarted(proc))
             continue;
+        if (ownersApp(row, proc) && helperFollowsApp(proc)) {
+            helpers.push_back(&proc);
+            continue;
+        }
         if (ownersApp(row, proc)) {
             const Proc* parent = procById(procs, proc.ppid);
             if (parent && ownersApp(row, *parent)) {
@@ -131,9 +142,11 @@ void checkOwnerRunning(const OwnerGuard& row, const std::vector<Proc>& procs, st
     }
     // Helpers whose app is not itself listed (it ended, or runs as another user) still hold the store.
     if (!appReported)
-        for (const Proc* helper : helpers)
-            out.push_back({.reason = trf(S::guardOwnerHelperRunning, {owner, std::to_string(helper->pid), procName(*helper)}),
+        for (const Proc* helper : helpers) {
+            const Sentence& sentence = helperFollowsApp(*helper) ? S::guardHelperInBundle : S::guardOwnerHelperRunning;
+            out.push_back({.reason = trf(sentence, {owner, std::to_string(helper->pid), procName(*helper)}),
                            .quitFrees = true});
+        }
 }
 
 std::vector<GuardViolation> checkSorted(std::string_view owner, const std::string& path,

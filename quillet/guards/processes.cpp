@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <tuple>
 
 #include "quillet/guards/guards.hpp"
@@ -64,12 +65,24 @@ std::vector<OpenFile> openHomeFiles(const std::vector<Proc>& procs, ProcessTable
     while (home.size() > 1 && home.back() == '/') home.pop_back();
     if (home.empty() || home == "/") return {};
     const std::string prefix = home + "/";
+    // The kernel names open files by their real path; a home reached through a link ("/home" ->
+    // "/usr/home") is matched in that form too, and each such file is kept under both names so
+    // that a target written either way finds it.
+    std::error_code failed;
+    std::string real = std::filesystem::canonical(home, failed).string();
+    const std::string realPrefix = failed || real == home || real == "/" ? std::string() : real + "/";
     std::vector<OpenFile> files;
     for (const Proc& proc : procs) {
         Result<std::vector<std::string>> open = table.openFiles(proc.pid);
         if (!open) continue;
-        for (const std::string& path : *open)
-            if (path.starts_with(prefix)) files.push_back({proc.pid, path});
+        for (const std::string& path : *open) {
+            if (path.starts_with(prefix)) {
+                files.push_back({proc.pid, path});
+            } else if (!realPrefix.empty() && path.starts_with(realPrefix)) {
+                files.push_back({proc.pid, path});
+                files.push_back({proc.pid, prefix + path.substr(realPrefix.size())});
+            }
+        }
     }
     std::sort(files.begin(), files.end(),
               [](const OpenFile& a, const OpenFile& b) { return std::tie(a.path, a.pid) < std::tie(b.path, b.pid); });

@@ -107,6 +107,26 @@ TEST(CheckGuards, TheOwnersAppRunningIsOneSoftReasonThatLiveSafeRulesIgnore) {
         << "another owner's app is no reason";
 }
 
+TEST(CheckGuards, AHelperInsideTheAppsBundleIsNamedAsSuchWhenTheAppItselfIsNotListed) {
+    const std::string helper =
+        "/Applications/Google Chrome.app/Contents/Frameworks/Google Chrome Framework.framework/Helpers/"
+        "Google Chrome Helper.app/Contents/MacOS/Google Chrome Helper";
+    std::vector<Proc> procs = {{.pid = 70, .ppid = 1, .path = helper, .args = "helper"}};
+    std::vector<GuardViolation> found = checkGuards("Google Chrome", "/Users/a/Library/Caches/Google/Chrome", procs,
+                                                    std::nullopt, LiveSafe::no, RecentWriteCheck::skip);
+    ASSERT_EQ(found.size(), 1u) << reasons(found);
+    EXPECT_EQ(found[0].reason, "a helper inside Google Chrome's own bundle is running (pid 70: " + helper +
+                                   ") — quitting Google Chrome frees this");
+    EXPECT_TRUE(found[0].quitFrees);
+
+    procs.push_back({.pid = 71, .ppid = 1, .path = "/Applications/Google Chrome.app/Contents/MacOS/Google Chrome",
+                     .args = "chrome"});
+    found = checkGuards("Google Chrome", "/Users/a/Library/Caches/Google/Chrome", procs, std::nullopt, LiveSafe::no,
+                        RecentWriteCheck::skip);
+    ASSERT_EQ(found.size(), 1u) << "the app running is the one reason: " << reasons(found);
+    EXPECT_EQ(found[0].reason, "the owning app is running (Google Chrome) — quit it first");
+}
+
 TEST(CheckGuards, AnOwnersToolAndItsHelpersAreSoftReasons) {
     const std::vector<Proc> procs = {
         {.pid = 20, .ppid = 1, .path = "/usr/bin/python3.11", .args = "python3 -m huggingface_hub download x"},

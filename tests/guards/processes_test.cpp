@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <filesystem>
+
 #include "quillet/guards/guards.hpp"
 #include "quillet/platform/our_spawns.hpp"
 #include "tests/guards/fake_process_table.hpp"
@@ -68,6 +71,19 @@ TEST(OpenHomeFiles, KeepsFilesUnderTheHomeFolderOnceSortedAndSkipsUnreadableProc
     EXPECT_EQ(files[1].path, home / "a.log");
     EXPECT_EQ(files[1].pid, 6);
     EXPECT_EQ(files[2].path, home / "b.db");
+
+    // A home reached through a link: the kernel shows the real path, a target may use either.
+    const std::string real = std::filesystem::canonical(home.path()).string();
+    std::filesystem::create_directory_symlink(real, home / "linked");
+    home.setEnv("HOME", home / "linked");
+    table.open[5] = {real + "/c.bin", "/elsewhere/c.bin"};
+    table.open[6] = {};
+    std::vector<OpenFile> linked = openHomeFiles(procs, table);
+    std::vector<std::string> paths;
+    for (const OpenFile& f : linked) paths.push_back(f.path);
+    EXPECT_NE(std::find(paths.begin(), paths.end(), real + "/c.bin"), paths.end());
+    EXPECT_NE(std::find(paths.begin(), paths.end(), home / "linked/c.bin"), paths.end());
+    EXPECT_EQ(paths.size(), 2u);
 
     home.setEnv("HOME", "/");
     EXPECT_TRUE(openHomeFiles(procs, table).empty()) << "a home of \"/\" would hold every file";
