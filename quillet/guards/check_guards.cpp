@@ -1,31 +1,18 @@
 // The four checks a target passes before it moves.
 #include <algorithm>
-#include <cstdio>
 
 #include "quillet/guards/guards.hpp"
 #include "quillet/guards/owner_guards.hpp"
 #include "quillet/i18n/text.hpp"
 #include "quillet/platform/path_inside.hpp"
+#include "quillet/platform/printable.hpp"
 
 namespace kelvor {
 
 namespace {
 
 // A process's executable or command line may hold any byte; the plan prints it on a terminal.
-std::string shown(std::string_view text) {
-    std::string out;
-    out.reserve(text.size());
-    for (unsigned char c : text) {
-        if (c < 0x20 || c == 0x7F) {
-            char escape[5];
-            std::snprintf(escape, sizeof escape, "\\x%02X", c);
-            out += escape;
-        } else {
-            out += static_cast<char>(c);
-        }
-    }
-    return out;
-}
+std::string shown(std::string_view text) { return escapeControls(text); }
 
 std::string procName(const Proc& proc) { return shown(procCommandName(proc)); }
 
