@@ -1,5 +1,6 @@
 // The four checks a target passes before it moves.
 #include <algorithm>
+#include <filesystem>
 
 #include "quillet/guards/guards.hpp"
 #include "quillet/guards/owner_guards.hpp"
@@ -155,6 +156,17 @@ std::vector<GuardViolation> checkSorted(std::string_view owner, const std::strin
 }
 
 }  // namespace
+
+std::optional<GuardViolation> commandLinkMovedHere(const std::string& target, const std::string& commandLink,
+                                                   const std::string& resolvedAtScan) {
+    // Only read: where the link leads now. A link that no longer resolves leads nowhere inside.
+    std::error_code failed;
+    const std::string now = std::filesystem::canonical(commandLink, failed).string();
+    if (failed || now == resolvedAtScan || !pathInside(now, target)) return std::nullopt;
+    std::string_view tool = commandLink;
+    tool.remove_prefix(tool.rfind('/') == std::string_view::npos ? 0 : tool.rfind('/') + 1);
+    return GuardViolation{.reason = trf(S::guardCommandLinkMoved, {shown(tool)}), .hard = true};
+}
 
 OpenFileIndex::OpenFileIndex(std::vector<OpenFile> files) : files_(std::move(files)) {
     std::stable_sort(files_.begin(), files_.end(), byPath);

@@ -75,6 +75,12 @@ std::vector<GuardViolation> checkGuards(std::string_view owner, const std::strin
                                         const std::vector<Proc>& procs, const OpenFileIndex* openFiles,
                                         LiveSafe liveSafe, RecentWriteCheck recentWrite);
 
+// The hard violation for removing `target` when the command link `commandLink` (".../bin/node")
+// now leads inside it but led to `resolvedAtScan` when the plan was made: removing it would take
+// away the program the command runs now. None when the link leads elsewhere or has not moved.
+std::optional<GuardViolation> commandLinkMovedHere(const std::string& target, const std::string& commandLink,
+                                                   const std::string& resolvedAtScan);
+
 // True when `path` or anything below it was modified within the last `withinSeconds`. Links are
 // not followed; a path that does not exist, or a folder that cannot be read, is no recent write.
 // The walk stops at the first recent entry.

@@ -183,6 +183,28 @@ TEST(CheckGuards, ControlCharactersInAProcessPathAreEscaped) {
     EXPECT_EQ(found[0].reason.find('\x1b'), std::string::npos) << found[0].reason;
 }
 
+TEST(CheckGuards, ACommandLinkThatMovedIntoTheTargetSinceTheScanBlocksItHard) {
+    testing::TempHome home;
+    testing::writeFile(home / "versions/20/bin/node", "#!/bin/sh\n");
+    testing::writeFile(home / "versions/22/bin/node", "#!/bin/sh\n");
+    const std::string link = home / "bin/node";
+    std::filesystem::create_directories(home / "bin");
+    std::filesystem::create_symlink(home / "versions/20/bin/node", link);
+    const std::string atScan = std::filesystem::canonical(link).string();
+    const std::string old = std::filesystem::canonical(home / "versions/20").string();
+    const std::string current = std::filesystem::canonical(home / "versions/22").string();
+    EXPECT_EQ(commandLinkMovedHere(old, link, atScan), std::nullopt) << "the link has not moved";
+
+    std::filesystem::remove(link);
+    std::filesystem::create_symlink(home / "versions/22/bin/node", link);
+    std::optional<GuardViolation> moved = commandLinkMovedHere(current, link, atScan);
+    ASSERT_TRUE(moved.has_value());
+    EXPECT_TRUE(moved->hard);
+    EXPECT_EQ(moved->reason, "this is the node the command runs now — the link moved to it since the scan");
+    EXPECT_EQ(commandLinkMovedHere(old, link, atScan), std::nullopt) << "the old version is no longer run";
+    EXPECT_EQ(commandLinkMovedHere(current, home / "bin/missing", atScan), std::nullopt);
+}
+
 // --- real processes ------------------------------------------------------------------------------
 
 // A child process for one test, killed and reaped at the end of it.
