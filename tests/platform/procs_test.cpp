@@ -1,6 +1,9 @@
 #include "quillet/platform/procs.hpp"
 
 #include <fcntl.h>
+#include <signal.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -125,6 +128,35 @@ TEST(ProcessTable, TheRealTableListsThisProcessWithItsParent) {
     EXPECT_NE(self->args.find("kelvor_tests"), std::string::npos) << self->args;
     auto parent = std::find_if(listed->begin(), listed->end(), [](const Proc& p) { return p.pid == ::getppid(); });
     EXPECT_NE(parent, listed->end()) << "the parent is listed too";
+    EXPECT_EQ(self->uid, static_cast<std::int64_t>(::getuid()));
+}
+
+TEST(ProcessTable, TheRealTableShowsAFileMappedWithoutADescriptor) {
+    testing::TempHome home;
+    const std::string path = home / "weights.bin";
+    testing::writeFile(path, std::string(4096, 'w'));
+    int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_GE(descriptor, 0);
+    void* map = ::mmap(nullptr, 4096, PROT_READ, MAP_SHARED, descriptor, 0);
+    ::close(descriptor);
+    ASSERT_NE(map, MAP_FAILED);
+    Result<std::vector<std::string>> open = ProcessTable::real().openFiles(::getpid());
+    ::munmap(map, 4096);
+    ASSERT_TRUE(open.ok()) << open.error().describe();
+    EXPECT_EQ(std::count(open->begin(), open->end(), path), 1) << "listed once";
+}
+
+TEST(ProcessTable, TheRealTableAsksAProcessToQuit) {
+    pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        for (;;) ::pause();
+    }
+    Result<void> asked = ProcessTable::real().terminate(child);
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    ASSERT_TRUE(asked.ok()) << asked.error().describe();
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM);
 }
 
 TEST(ProcessTable, TheRealTableShowsAFileThisProcessHoldsOpen) {
