@@ -106,6 +106,13 @@ void checkOwnerRunning(const OwnerGuard& row, const std::vector<Proc>& procs, st
         }
         if (row.owner == "Xcode" && std::string_view(proc.path).ends_with("/xcodebuild") && !xcodeBuildStarted(proc))
             continue;
+        // A system service of the tool (Ollama's server under its own account) is running, but it
+        // is not an app the person can quit.
+        if (!row.linuxServiceUser.empty() && (ownersApp(row, proc) || ownersTool(row, proc)) &&
+            procRunsAsUser(proc, row.linuxServiceUser)) {
+            out.push_back({.reason = trf(S::guardToolRunning, {owner, pid, procName(proc)})});
+            continue;
+        }
         if (ownersApp(row, proc) && helperFollowsApp(proc)) {
             helpers.push_back(&proc);
             continue;

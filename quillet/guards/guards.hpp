@@ -108,6 +108,10 @@ std::string procCommandName(const Proc& proc);
 // True when an interpreter process names the library `token` among its arguments.
 bool procMentionsToken(const Proc& proc, std::string_view token);
 
+// True when `proc` runs as the system account `user` (a package's service account); false when
+// either is unknown.
+bool procRunsAsUser(const Proc& proc, std::string_view user);
+
 // True when `identifier` equals one of `claims` or lies below one ("claim."), case ignored.
 bool claimedByAnother(std::string_view identifier, const std::set<std::string>& claims);
 

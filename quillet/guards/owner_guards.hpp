@@ -18,8 +18,8 @@ struct OwnerGuard {
     std::vector<std::string_view> toolNames = {};
     // A process (an interpreter, typically) counts when its arguments mention one of these.
     std::vector<std::string_view> libraryTokens = {};
-    // The system account a Linux package runs the tool's service as ("" when there is none); its
-    // processes are listed but are not the person's to stop.
+    // The system account a Linux package runs the tool's service as ("" when there is none): its
+    // processes hold the owner's stores as a running tool, not as an app the person can quit.
     std::string_view linuxServiceUser = {};
 };
 

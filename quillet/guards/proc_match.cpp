@@ -1,6 +1,9 @@
 // Telling whose program a process is: an owner's app by its executable's path, an owner's tool by
 // the command it runs, a library by the words an interpreter was given.
+#include <pwd.h>
+
 #include <algorithm>
+#include <string>
 #include <vector>
 
 #include "quillet/guards/guards.hpp"
@@ -81,6 +84,16 @@ bool procRunsTool(const Proc& proc, std::string_view tool) {
             return true;
     }
     return false;
+}
+
+bool procRunsAsUser(const Proc& proc, std::string_view user) {
+    if (proc.uid < 0 || user.empty()) return false;
+    struct passwd entry {};
+    struct passwd* found = nullptr;
+    std::vector<char> buffer(16384);
+    const std::string name(user);
+    if (::getpwnam_r(name.c_str(), &entry, buffer.data(), buffer.size(), &found) != 0 || !found) return false;
+    return static_cast<std::int64_t>(found->pw_uid) == proc.uid;
 }
 
 std::string procCommandName(const Proc& proc) {

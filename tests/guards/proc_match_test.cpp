@@ -57,6 +57,13 @@ TEST(ProcMatch, AnAppIsLabelledByItsOwnerOrItsBundle) {
     EXPECT_EQ(guardProcLabel({.path = "", .args = ""}), std::nullopt);
 }
 
+TEST(ProcMatch, AServiceAccountIsRecognisedByItsUserId) {
+    EXPECT_TRUE(procRunsAsUser({.path = "/x", .args = "", .uid = 0}, "root"));
+    EXPECT_FALSE(procRunsAsUser({.path = "/x", .args = "", .uid = 4242}, "root"));
+    EXPECT_FALSE(procRunsAsUser({.path = "/x", .args = "", .uid = -1}, "root")) << "an unknown user is nobody";
+    EXPECT_FALSE(procRunsAsUser({.path = "/x", .args = "", .uid = 0}, "no-such-account-here"));
+}
+
 TEST(ProcMatch, ASentenceNamesTheScriptAnInterpreterRuns) {
     EXPECT_EQ(procCommandName({.path = "/usr/bin/dash", .args = "/bin/sh /home/a/bin/ollama"}), "/home/a/bin/ollama");
     EXPECT_EQ(procCommandName({.path = "/usr/bin/ollama", .args = "ollama serve"}), "/usr/bin/ollama");
