@@ -1,5 +1,7 @@
 #include "quillet/platform/clock.hpp"
 
+#include <thread>
+
 namespace kelvor {
 
 namespace {
@@ -11,6 +13,7 @@ public:
     double monotonicSeconds() override {
         return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
     }
+    void sleep(std::chrono::duration<double> span) override { std::this_thread::sleep_for(span); }
 };
 
 }  // namespace

@@ -15,6 +15,9 @@ public:
     // Seconds since an arbitrary start on a clock that never jumps, for intervals and throttles.
     virtual double monotonicSeconds() = 0;
 
+    // Waits `span` (a step of a polling loop); a test clock moves on instead of waiting.
+    virtual void sleep(std::chrono::duration<double> span) = 0;
+
     // The system's clock. Shared and never destroyed.
     static Clock& real();
 };
@@ -27,6 +30,7 @@ public:
 
     std::chrono::system_clock::time_point now() override { return target_.now(); }
     double monotonicSeconds() override { return target_.monotonicSeconds(); }
+    void sleep(std::chrono::duration<double> span) override { target_.sleep(span); }
 
 private:
     Clock& target_;
@@ -41,6 +45,7 @@ public:
 
     std::chrono::system_clock::time_point now() override { return wall_; }
     double monotonicSeconds() override { return monotonic_; }
+    void sleep(std::chrono::duration<double> span) override { advance(span); }
 
     // Moves both readings forward by `step` (never backward: a negative step is ignored).
     void advance(std::chrono::duration<double> step) {

@@ -25,6 +25,15 @@ struct ExecutablePath {
 // a file ("socket:[...]", "pipe:[...]", "anon_inode:..."); a deleted file keeps its old path.
 std::optional<std::string> openFileFromLink(std::string_view target);
 
+// The file a line of "/proc/<pid>/maps" maps ("start-end perms offset dev inode path"); none for
+// anonymous memory, "[heap]", "[stack]" and the like. The path may hold blanks; a deleted file
+// keeps its old path.
+std::optional<std::string> mappedFileFromMapsLine(std::string_view line);
+
+// True when the text of "/proc/self/mountinfo" shows /proc mounted with "hidepid" set to hide
+// other users' processes (hidepid=1, 2, "noaccess" or "invisible").
+bool procMountHidesOthers(std::string_view mountinfo);
+
 // The target of "/proc/<pid>/exe" with the kernel's " (deleted)" suffix taken off and noted.
 ExecutablePath executableFromLink(std::string_view target);
 

@@ -16,6 +16,7 @@ struct Proc {
     std::string path;          // the executable's full path; "" when it cannot be read
     bool pathDeleted = false;  // the executable was removed or replaced since the process started
     std::string args;          // the arguments joined by blanks; "" for a kernel thread
+    std::int64_t uid = -1;     // the user the process runs as; -1 when it cannot be told
 };
 
 class ProcessTable {
@@ -26,9 +27,17 @@ public:
     // be read; a process that ends while it is being read is left out.
     virtual Result<std::vector<Proc>> list() = 0;
 
-    // The paths of the files and folders process `pid` holds open (sockets, pipes and the like
-    // left out). An Error when its table of open files cannot be read (kind notFound once it ended).
+    // The paths of the files and folders process `pid` holds open or has mapped into memory
+    // (sockets, pipes and the like left out). An Error when its table of open files cannot be read
+    // (kind notFound once it ended).
     virtual Result<std::vector<std::string>> openFiles(std::int32_t pid) = 0;
+
+    // True when the system hides other people's processes from this one (Linux's /proc mounted
+    // with "hidepid" for an unprivileged caller), so that an empty-looking table is not trusted.
+    virtual bool othersHidden() = 0;
+
+    // Asks process `pid` to end (SIGTERM). An Error when it is gone or not this user's to stop.
+    virtual Result<void> terminate(std::int32_t pid) = 0;
 
     // The system's process table. Shared and never destroyed.
     static ProcessTable& real();
@@ -42,6 +51,8 @@ public:
 
     Result<std::vector<Proc>> list() override { return target_.list(); }
     Result<std::vector<std::string>> openFiles(std::int32_t pid) override { return target_.openFiles(pid); }
+    bool othersHidden() override { return target_.othersHidden(); }
+    Result<void> terminate(std::int32_t pid) override { return target_.terminate(pid); }
 
 private:
     ProcessTable& target_;

@@ -1,6 +1,9 @@
 #include "quillet/platform/procs.hpp"
 
 #include <fcntl.h>
+#include <signal.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -59,6 +62,37 @@ TEST(ProcText, OnlyFilesCountAsOpenFiles) {
         EXPECT_EQ(openFileFromLink(other), std::nullopt) << other;
 }
 
+TEST(ProcText, MappedFilesAreTakenFromMapsLines) {
+    struct Case {
+        std::string line;
+        std::optional<std::string> path;
+    };
+    const Case cases[] = {
+        {"7f1c2a000000-7f1c2b000000 r--s 00000000 08:01 1234    /home/a/.ollama/models/blobs/sha256-x\n",
+         "/home/a/.ollama/models/blobs/sha256-x"},
+        {"7f00-7f10 r--p 00001000 fd:00 99 /home/a/my models/w e.bin", "/home/a/my models/w e.bin"},
+        {"7f00-7f10 r--p 00000000 fd:00 99 /home/a/old.bin (deleted)", "/home/a/old.bin"},
+        {"55d0-55f0 rw-p 00000000 00:00 0                          [heap]", std::nullopt},
+        {"7ffd-7ffe rw-p 00000000 00:00 0", std::nullopt},
+        {"garbage", std::nullopt},
+        {"", std::nullopt},
+    };
+    for (const Case& c : cases) EXPECT_EQ(mappedFileFromMapsLine(c.line), c.path) << c.line;
+}
+
+TEST(ProcText, HidepidIsReadFromTheProcMountsOptions) {
+    const std::string plain = "22 1 0:21 / /proc rw,nosuid,nodev,noexec,relatime shared:12 - proc proc rw\n";
+    const std::string hidden =
+        "25 1 8:1 / / rw,relatime shared:1 - ext4 /dev/sda1 rw\n"
+        "22 1 0:21 / /proc rw,nosuid,nodev,noexec,relatime shared:12 - proc proc rw,hidepid=invisible,gid=4\n";
+    EXPECT_FALSE(procMountHidesOthers(plain));
+    EXPECT_TRUE(procMountHidesOthers(hidden));
+    EXPECT_TRUE(procMountHidesOthers("22 1 0:21 / /proc rw - proc proc rw,hidepid=2"));
+    EXPECT_FALSE(procMountHidesOthers("22 1 0:21 / /proc rw - proc proc rw,hidepid=0"));
+    EXPECT_FALSE(procMountHidesOthers("30 1 0:40 / /srv rw - ext4 /dev/x rw,hidepid=2")) << "not the proc file system";
+    EXPECT_FALSE(procMountHidesOthers(""));
+}
+
 // A table a test presents: what a caller sees when the system refuses to show processes.
 struct UnreadableTable : ProcessTableWrapper {
     using ProcessTableWrapper::ProcessTableWrapper;
@@ -94,6 +128,35 @@ TEST(ProcessTable, TheRealTableListsThisProcessWithItsParent) {
     EXPECT_NE(self->args.find("kelvor_tests"), std::string::npos) << self->args;
     auto parent = std::find_if(listed->begin(), listed->end(), [](const Proc& p) { return p.pid == ::getppid(); });
     EXPECT_NE(parent, listed->end()) << "the parent is listed too";
+    EXPECT_EQ(self->uid, static_cast<std::int64_t>(::getuid()));
+}
+
+TEST(ProcessTable, TheRealTableShowsAFileMappedWithoutADescriptor) {
+    testing::TempHome home;
+    const std::string path = home / "weights.bin";
+    testing::writeFile(path, std::string(4096, 'w'));
+    int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_GE(descriptor, 0);
+    void* map = ::mmap(nullptr, 4096, PROT_READ, MAP_SHARED, descriptor, 0);
+    ::close(descriptor);
+    ASSERT_NE(map, MAP_FAILED);
+    Result<std::vector<std::string>> open = ProcessTable::real().openFiles(::getpid());
+    ::munmap(map, 4096);
+    ASSERT_TRUE(open.ok()) << open.error().describe();
+    EXPECT_EQ(std::count(open->begin(), open->end(), path), 1) << "listed once";
+}
+
+TEST(ProcessTable, TheRealTableAsksAProcessToQuit) {
+    pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        for (;;) ::pause();
+    }
+    Result<void> asked = ProcessTable::real().terminate(child);
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    ASSERT_TRUE(asked.ok()) << asked.error().describe();
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM);
 }
 
 TEST(ProcessTable, TheRealTableShowsAFileThisProcessHoldsOpen) {

@@ -1,5 +1,7 @@
 #include "quillet/platform/procs.hpp"
 
+#include <signal.h>
+
 #include <libproc.h>
 #include <sys/proc_info.h>
 #include <sys/sysctl.h>
@@ -53,6 +55,7 @@ public:
             Proc proc;
             proc.pid = pid;
             proc.ppid = static_cast<std::int32_t>(info.pbi_ppid);
+            proc.uid = static_cast<std::int64_t>(info.pbi_uid);
             char path[PROC_PIDPATHINFO_MAXSIZE];
             if (::proc_pidpath(pid, path, sizeof path) > 0) proc.path = path;
             proc.args = argumentsOf(pid);
@@ -78,6 +81,14 @@ public:
             paths.emplace_back(info.pvip.vip_path);
         }
         return paths;
+    }
+
+    // macOS lists every process to every user; what it withholds is details, never entries.
+    bool othersHidden() override { return false; }
+
+    Result<void> terminate(std::int32_t pid) override {
+        if (::kill(pid, SIGTERM) != 0) return errnoError("ask process " + std::to_string(pid) + " to quit");
+        return {};
     }
 };
 

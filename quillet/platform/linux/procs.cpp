@@ -1,6 +1,8 @@
 #include "quillet/platform/procs.hpp"
 
 #include <dirent.h>
+#include <signal.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <charconv>
@@ -40,6 +42,8 @@ public:
             Proc proc;
             proc.pid = pid;
             proc.ppid = *parent;
+            struct stat owner {};
+            if (::stat(base.c_str(), &owner) == 0) proc.uid = owner.st_uid;
             // Another user's executable link is unreadable without privilege; the rest still tells.
             if (std::optional<std::string> target = linkTarget(base + "/exe")) {
                 ExecutablePath executable = executableFromLink(*target);
@@ -66,7 +70,33 @@ public:
             if (std::optional<std::string> path = openFileFromLink(*target)) paths.push_back(std::move(*path));
         }
         ::closedir(folder);
+        // A model server reads its weights through a memory map and may hold no descriptor at all.
+        if (Result<std::string> maps = readWholeFile("/proc/" + std::to_string(pid) + "/maps")) {
+            std::string_view text = *maps;
+            std::string previous;
+            while (!text.empty()) {
+                size_t end = text.find('\n');
+                std::string_view line = text.substr(0, end);
+                text = end == std::string_view::npos ? std::string_view() : text.substr(end + 1);
+                std::optional<std::string> path = mappedFileFromMapsLine(line);
+                // One mapped file shows as several adjacent regions; keep it once.
+                if (!path || *path == previous) continue;
+                previous = *path;
+                paths.push_back(std::move(*path));
+            }
+        }
         return paths;
+    }
+
+    bool othersHidden() override {
+        if (::geteuid() == 0) return false;
+        Result<std::string> mountinfo = readWholeFile("/proc/self/mountinfo");
+        return mountinfo && procMountHidesOthers(*mountinfo);
+    }
+
+    Result<void> terminate(std::int32_t pid) override {
+        if (::kill(pid, SIGTERM) != 0) return errnoError("ask process " + std::to_string(pid) + " to quit");
+        return {};
     }
 };
 
