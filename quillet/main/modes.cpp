@@ -6,9 +6,11 @@
 #include <vector>
 
 #include "quillet/clean/clean_plan.hpp"
+#include "quillet/clean/trash_others_mode.hpp"
 #include "quillet/i18n/check.hpp"
 #include "quillet/i18n/text.hpp"
 #include "quillet/main/support_modes.hpp"
+#include "quillet/quarantine/quarantine_mode.hpp"
 #include "quillet/scan/harness.hpp"
 #include "quillet/space/exclude_mode.hpp"
 
@@ -30,7 +32,7 @@ constexpr ModeEntry MODE_TABLE[] = {
     {"mcp", runUnavailable},
     {"mcp-install", runUnavailable},
     {"detect", runUnavailable},
-    {"quarantine", runUnavailable},
+    {"quarantine", runQuarantine},
     {"forget", runUnavailable},
     {"unclaimed", runUnavailable},
     {"oneclick", runUnavailable},
@@ -41,7 +43,7 @@ constexpr ModeEntry MODE_TABLE[] = {
     {"gui", runUnavailable},
     {"dupes", runUnavailable},
     {"similar", runUnavailable},
-    {"trash-others", runUnavailable},
+    {"trash-others", runTrashOthers},
     {"restore", runUnavailable},
     {"docker", runUnavailable},
     {"mem", runUnavailable},

@@ -9,4 +9,7 @@ namespace kelvor {
 // The string stored under `key`, or none when absent, not a string, or the store is unreadable.
 std::optional<std::string> userDefaultString(std::string_view key);
 
+// The integer stored under `key`, or none when absent, not an integer, or the store is unreadable.
+std::optional<long long> userDefaultInteger(std::string_view key);
+
 }  // namespace kelvor

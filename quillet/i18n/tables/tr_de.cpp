@@ -10,6 +10,8 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/de/space.inc"
 #include "quillet/i18n/tables/de/scan.inc"
 #include "quillet/i18n/tables/de/catalog.inc"
+#include "quillet/i18n/tables/de/trash.inc"
+#include "quillet/i18n/tables/de/quarantine.inc"
 };
 
 }  // namespace

@@ -10,6 +10,8 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/es/space.inc"
 #include "quillet/i18n/tables/es/scan.inc"
 #include "quillet/i18n/tables/es/catalog.inc"
+#include "quillet/i18n/tables/es/trash.inc"
+#include "quillet/i18n/tables/es/quarantine.inc"
 };
 
 }  // namespace

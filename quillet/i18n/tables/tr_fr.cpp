@@ -10,6 +10,8 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/fr/space.inc"
 #include "quillet/i18n/tables/fr/scan.inc"
 #include "quillet/i18n/tables/fr/catalog.inc"
+#include "quillet/i18n/tables/fr/trash.inc"
+#include "quillet/i18n/tables/fr/quarantine.inc"
 };
 
 }  // namespace

@@ -10,6 +10,8 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/it/space.inc"
 #include "quillet/i18n/tables/it/scan.inc"
 #include "quillet/i18n/tables/it/catalog.inc"
+#include "quillet/i18n/tables/it/trash.inc"
+#include "quillet/i18n/tables/it/quarantine.inc"
 };
 
 }  // namespace

@@ -10,6 +10,8 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/ja/space.inc"
 #include "quillet/i18n/tables/ja/scan.inc"
 #include "quillet/i18n/tables/ja/catalog.inc"
+#include "quillet/i18n/tables/ja/trash.inc"
+#include "quillet/i18n/tables/ja/quarantine.inc"
 };
 
 }  // namespace

@@ -10,6 +10,8 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/pl/space.inc"
 #include "quillet/i18n/tables/pl/scan.inc"
 #include "quillet/i18n/tables/pl/catalog.inc"
+#include "quillet/i18n/tables/pl/trash.inc"
+#include "quillet/i18n/tables/pl/quarantine.inc"
 };
 
 }  // namespace

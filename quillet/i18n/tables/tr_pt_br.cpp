@@ -10,6 +10,8 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/pt_br/space.inc"
 #include "quillet/i18n/tables/pt_br/scan.inc"
 #include "quillet/i18n/tables/pt_br/catalog.inc"
+#include "quillet/i18n/tables/pt_br/trash.inc"
+#include "quillet/i18n/tables/pt_br/quarantine.inc"
 };
 
 }  // namespace

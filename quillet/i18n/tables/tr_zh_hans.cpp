@@ -10,6 +10,8 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/zh_hans/space.inc"
 #include "quillet/i18n/tables/zh_hans/scan.inc"
 #include "quillet/i18n/tables/zh_hans/catalog.inc"
+#include "quillet/i18n/tables/zh_hans/trash.inc"
+#include "quillet/i18n/tables/zh_hans/quarantine.inc"
 };
 
 }  // namespace

@@ -10,6 +10,8 @@ constexpr Translation ROWS[] = {
 #include "quillet/i18n/tables/zh_hant/space.inc"
 #include "quillet/i18n/tables/zh_hant/scan.inc"
 #include "quillet/i18n/tables/zh_hant/catalog.inc"
+#include "quillet/i18n/tables/zh_hant/trash.inc"
+#include "quillet/i18n/tables/zh_hant/quarantine.inc"
 };
 
 }  // namespace

@@ -21,4 +21,15 @@ std::optional<std::string> userDefaultString(std::string_view key) {
     return result;
 }
 
+std::optional<long long> userDefaultInteger(std::string_view key) {
+    CFStringRef name = CFStringCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(key.data()),
+                                               static_cast<CFIndex>(key.size()), kCFStringEncodingUTF8, false);
+    if (!name) return std::nullopt;
+    Boolean valid = false;
+    CFIndex value = CFPreferencesGetAppIntegerValue(name, kCFPreferencesCurrentApplication, &valid);
+    CFRelease(name);
+    if (!valid) return std::nullopt;
+    return static_cast<long long>(value);
+}
+
 }  // namespace kelvor
