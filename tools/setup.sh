@@ -3,7 +3,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-packages=(g++ cmake ninja-build libgtest-dev nlohmann-json3-dev)
+# trash-cli: the tests check that its tools see and restore what Kelvor moves to the Trash.
+packages=(g++ cmake ninja-build libgtest-dev nlohmann-json3-dev trash-cli)
 missing=()
 for package in "${packages[@]}"; do
   dpkg -s "$package" >/dev/null 2>&1 || missing+=("$package")
