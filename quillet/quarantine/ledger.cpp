@@ -8,8 +8,11 @@ namespace {
 
 using Json = nlohmann::json;
 
+// Rows keep the key order of QUARANTINE_FIELDS, so a person reading the ledger sees them alike.
+using OrderedJson = nlohmann::ordered_json;
+
 template <typename T>
-void putOptional(Json& row, const char* key, const std::optional<T>& value) {
+void putOptional(OrderedJson& row, const char* key, const std::optional<T>& value) {
     if (value) row[key] = *value;
 }
 
@@ -59,7 +62,7 @@ std::optional<QuarantineEntry> decode(const std::string& line) {
 }  // namespace
 
 std::string ledgerLine(const QuarantineEntry& entry) {
-    Json row = Json::object();
+    OrderedJson row = OrderedJson::object();
     row["originalPath"] = entry.originalPath;
     row["quarantinePath"] = entry.quarantinePath;
     row["owner"] = entry.owner;
@@ -76,7 +79,7 @@ std::string ledgerLine(const QuarantineEntry& entry) {
     putOptional(row, "discardedAt", entry.discardedAt);
     putOptional(row, "restoredTo", entry.restoredTo);
     // A path that is not UTF-8 cannot be a JSON string; its bad bytes become U+FFFD.
-    return row.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return row.dump(-1, ' ', false, OrderedJson::error_handler_t::replace);
 }
 
 LedgerContents ledgerLines(std::string_view text) {
