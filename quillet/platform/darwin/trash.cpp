@@ -4,7 +4,9 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <map>
 
+#include "quillet/clean/ds_store.hpp"
 #include "quillet/platform/home.hpp"
 
 namespace kelvor {
@@ -44,9 +46,15 @@ std::vector<std::string> trashFolders() { return {homeTrashFolder()}; }
 
 std::string trashEntriesFolder(const std::string& trashFolder) { return trashFolder; }
 
-// The Finder's put-back records are read by the portable .DS_Store reader; the platform keeps none
-// of its own.
-std::optional<std::string> trashRecordOrigin(const std::string&) { return std::nullopt; }
+// The Finder keeps its put-back records in the Trash's ".DS_Store".
+std::optional<std::string> trashRecordOrigin(const std::string& entryPath) {
+    size_t slash = entryPath.rfind('/');
+    if (slash == std::string::npos || slash == 0) return std::nullopt;
+    std::map<std::string, PutBackInfo> records = DSStorePutBack::read(entryPath.substr(0, slash));
+    auto found = records.find(entryPath.substr(slash + 1));
+    if (found == records.end() || found->second.originalPath().empty()) return std::nullopt;
+    return found->second.originalPath();
+}
 
 void forgetTrashRecord(const std::string&) {}
 
