@@ -12,6 +12,7 @@
 #include <sstream>
 
 #include "quillet/clean/moved_mark.hpp"
+#include "quillet/clean/trash_move.hpp"
 #include "quillet/clean/trash_others.hpp"
 #include "quillet/i18n/text.hpp"
 #include "quillet/log/escape.hpp"
@@ -167,12 +168,30 @@ Result<std::string> releaseEntryLocked(QuarantineEntry& entry, WallClock::time_p
     entry.releasedTo = moved->destination;
     entry.releasedAt = isoStamp(now);
     entry.settled = true;
+    // The owner made the path again while the old copy was held: evidence it was regenerable.
+    struct stat again {};
+    entry.recreated = ::lstat(entry.originalPath.c_str(), &again) == 0;
     KelvorLog::write("quarantine", "released (" + reason + "): " + entry.quarantinePath + " → " + moved->destination);
     return moved->destination;
 }
 
+bool settleLocationUnknownReleases(LedgerContents& ledger) {
+    bool changed = false;
+    for (QuarantineEntry& entry : ledger.entries) {
+        if (!entry.released || entry.releasedTo || entry.settled.value_or(false)) continue;
+        if (std::optional<std::string> inTrash = trashedByHand(entry.quarantinePath)) {
+            entry.releasedTo = *inTrash;
+            entry.settled = true;
+            changed = true;
+        }
+    }
+    return changed;
+}
+
 SweepOutcome processQuarantineLocked(LedgerContents& ledger, WallClock::time_point now) {
     SweepOutcome outcome;
+    if (settleLocationUnknownReleases(ledger) && !writeLedger(ledger))
+        logNote(outcome, "could not record where earlier releases are in the Trash");
     for (QuarantineEntry& entry : ledger.entries) {
         if (!entry.active() || entry.pending.value_or(false)) continue;
         std::string state = ledgerLine(entry);
@@ -300,6 +319,54 @@ std::optional<RestoreOutcome> restoreQuarantine(const std::optional<std::string>
         if (target.empty()) return std::nullopt;
     }
     return restoreQuarantineLocked(ledger, target);
+}
+
+RestoreOutcome restoreReleasedQuarantine(const std::string& originalPath, const std::string& quarantinePath) {
+    Result<FileLock> lock = lockLedger();
+    if (!lock) return {false, trf(S::quarantineLockFailed)};
+    // The row is in the ledger until compaction, then in the archive.
+    LedgerContents ledger = readLedger();
+    std::string ledgerFile = LEDGER_PATH();
+    QuarantineEntry* entry = findEntry(ledger, quarantinePath);
+    if (!entry || !entry->released) {
+        std::ifstream in(LEDGER_ARCHIVE_PATH(), std::ios::binary);
+        std::stringstream archive;
+        archive << in.rdbuf();
+        ledger = ledgerLines(archive.str());
+        ledgerFile = LEDGER_ARCHIVE_PATH();
+        entry = nullptr;
+        for (QuarantineEntry& row : ledger.entries)
+            if (row.quarantinePath == quarantinePath && row.released && row.originalPath == originalPath) entry = &row;
+    }
+    if (!entry || !entry->released || entry->restored || entry->originalPath != originalPath)
+        return {false, trf(S::releasedNoRecord)};
+    if (!entry->releasedTo) return {false, trf(S::releasedSpotUnknown)};
+    std::string spot = *entry->releasedTo;
+    if (!canReadTrash(spot)) return {false, trf(S::releasedCannotRead)};
+    struct stat there {};
+    if (::lstat(spot.c_str(), &there) != 0) return {false, trf(S::releasedEmptied)};
+    std::optional<MovedMark> mark = movedMark(spot);
+    if (!mark || mark->originalPath != originalPath) return {false, trf(S::releasedNotTheOne)};
+    std::string folder = parentOf(originalPath);
+    struct stat above {};
+    if (::lstat(folder.c_str(), &above) == 0 && S_ISLNK(above.st_mode))
+        return {false, trf(S::quarantineFolderIsLink) + " " + escapedForDisplay(originalPath)};
+    std::error_code ignored;
+    if (!isRealFolder(folder)) fs::create_directories(folder, ignored);
+    std::string target = besideIfTaken(originalPath);
+    if (Result<void> moved = renameNoReplace(spot, target); !moved)
+        return {false, trf(S::quarantineMoveBackFailed) + " — " + moved.error().describe()};
+    forgetTrashRecord(spot);
+    entry->restored = true;
+    if (target != originalPath) entry->restoredTo = target;
+    KelvorLog::write("quarantine", "restored from the Trash: " + spot + " → " + target);
+    std::string line = (target == originalPath ? trf(S::quarantineRestored) : trf(S::quarantineRestoredBeside)) + " " +
+                       escapedForDisplay(target);
+    std::string text;
+    for (const QuarantineEntry& row : ledger.entries) text += ledgerLine(row) + "\n";
+    for (const std::string& damaged : ledger.damaged) text += damaged + "\n";
+    if (!writeFileAtomically(ledgerFile, text)) return {true, line + "\n" + trf(S::quarantineMovedBackUnrecorded)};
+    return {true, line};
 }
 
 bool markQuarantineDiscarded(const std::string& quarantinePath, WallClock::time_point now) {

@@ -52,6 +52,10 @@ struct SweepOutcome {
 SweepOutcome processQuarantineLocked(LedgerContents& ledger, WallClock::time_point now);
 SweepOutcome processQuarantine(WallClock::time_point now = WallClock::now());
 
+// For released rows whose spot in the Trash was not known: finds the entry whose Trash record
+// names the held path and settles the row; true when any row changed.
+bool settleLocationUnknownReleases(LedgerContents& ledger);
+
 // Releases one entry to the Trash now, recording `reason` in the log.
 Result<std::string> releaseEntryLocked(QuarantineEntry& entry, WallClock::time_point now, const std::string& reason);
 
@@ -70,6 +74,10 @@ RestoreOutcome restoreQuarantineLocked(LedgerContents& ledger, const std::string
                                        const std::optional<std::string>& originalPath = std::nullopt);
 // The same under the lock; with no path, the most recently quarantined active entry, or none.
 std::optional<RestoreOutcome> restoreQuarantine(const std::optional<std::string>& quarantinePath = std::nullopt);
+
+// Brings back an entry that was already released, from its spot in the Trash, after checking that
+// the spot still holds the item this row names.
+RestoreOutcome restoreReleasedQuarantine(const std::string& originalPath, const std::string& quarantinePath);
 
 // Where a restore lands when `path` is taken: "name (restored)", "name (restored 2)", … beside it.
 std::string besideIfTaken(const std::string& path);

@@ -188,6 +188,35 @@ TEST(QuarantineStore, RestoreRefusesWhatItCannotDoSafely) {
     EXPECT_EQ(restoreQuarantine(QUARANTINE_DIR() + "/nope")->message, "no quarantine record for that item");
 }
 
+TEST(QuarantineStore, AReleasedEntryComesBackFromTheTrashOnlyWhenTheSpotStillHoldsIt) {
+    TempHome home;
+    auto start = WallClock::now() - 10 * DAY;
+    writeFile(home / "keep/a.bin", "a");
+    writeFile(home / "keep/b.bin", "b");
+    Result<std::string> a = hold(home / "keep/a.bin", start);
+    Result<std::string> b = hold(home / "keep/b.bin", start);
+    ASSERT_TRUE(a && b);
+    ASSERT_EQ(processQuarantine().released, 2u);
+    std::string aInTrash = *quarantineReleasedDestination(*a), bInTrash = *quarantineReleasedDestination(*b);
+
+    RestoreOutcome back = restoreReleasedQuarantine(home / "keep/a.bin", *a);
+    EXPECT_TRUE(back.restored) << back.message;
+    EXPECT_EQ(readFile(home / "keep/a.bin"), "a");
+    EXPECT_FALSE(fs::exists(aInTrash));
+    EXPECT_TRUE(quarantineWasRestored(*a));
+    EXPECT_EQ(restoreReleasedQuarantine(home / "keep/a.bin", *a).message, "no released record for this item");
+
+    // Someone swapped the entry at that spot for another file.
+    fs::remove(bInTrash);
+    writeFile(bInTrash, "impostor");
+    EXPECT_EQ(restoreReleasedQuarantine(home / "keep/b.bin", *b).message,
+              "the file at that spot in the Trash is not the one this record names");
+    fs::remove(bInTrash);
+    EXPECT_EQ(restoreReleasedQuarantine(home / "keep/b.bin", *b).message,
+              "no longer in the Trash — it may have been emptied");
+    EXPECT_FALSE(fs::exists(home / "keep/b.bin"));
+}
+
 TEST(QuarantineStore, EarlyReleaseAndDiscard) {
     TempHome home;
     writeFile(home / "one/x", "1");
