@@ -125,36 +125,40 @@ Result<void> writeLedger(const LedgerContents& ledger) {
 
 Result<std::string> quarantineItem(const std::string& owner, const std::string& component, const std::string& path,
                                    std::uint64_t bytes, const PathIdentity& identity, WallClock::time_point now) {
+    if (insideDataFolder(path)) return Error{0, trf(S::trashOwnState)};
+    // The item is judged and moved by its real place, never through a link in its folders.
+    Result<std::string> real = realPathOfEntry(path);
+    if (!real) return real.error();
     Result<FileLock> lock = lockLedger();
     if (!lock) return Error{lock.error().code, trf(S::quarantineLockFailed)};
-    Result<PathIdentity> current = identityOf(path);
+    Result<PathIdentity> current = identityOf(*real);
     if (!current) return current.error();
     if (!(*current == identity)) return Error{0, trf(S::trashItemChanged)};
-    Result<std::string> folder = holdingFolderFor(path);
+    Result<std::string> folder = holdingFolderFor(*real);
     if (!folder) return folder.error();
     LedgerContents ledger = readLedger();
     QuarantineEntry entry;
-    entry.originalPath = path;
+    entry.originalPath = *real;
     entry.owner = owner;
     entry.component = component;
     entry.bytes = bytes;
     entry.when = isoStamp(now);
     entry.pending = true;
-    do entry.quarantinePath = *folder + "/" + uuidPrefix() + "-" + nameOf(path);
+    do entry.quarantinePath = *folder + "/" + uuidPrefix() + "-" + nameOf(*real);
     while (::access(entry.quarantinePath.c_str(), F_OK) == 0 || findEntry(ledger, entry.quarantinePath));
     ledger.entries.push_back(entry);
     if (!writeLedger(ledger)) return Error{0, trf(S::quarantineRecordFailed)};
-    if (Result<void> moved = renameNoReplace(path, entry.quarantinePath); !moved) {
+    if (Result<void> moved = renameNoReplace(*real, entry.quarantinePath); !moved) {
         ledger.entries.pop_back();
         if (!writeLedger(ledger))
-            KelvorLog::write("quarantine", "a pending row for an item that never moved stays: " + path);
+            KelvorLog::write("quarantine", "a pending row for an item that never moved stays: " + *real);
         return moved.error();
     }
     ledger.entries.back().pending.reset();
     // The item is held either way; a row left pending shows as "move in progress" until fixed.
     if (Result<void> written = writeLedger(ledger); !written)
         KelvorLog::write("quarantine", "held, but the row still says pending: " + entry.quarantinePath);
-    KelvorLog::write("quarantine", "quarantined: " + path + " → " + entry.quarantinePath);
+    KelvorLog::write("quarantine", "quarantined: " + *real + " → " + entry.quarantinePath);
     return entry.quarantinePath;
 }
 

@@ -62,15 +62,31 @@ TEST(QuarantineStore, NothingMovesWhenTheRowCannotBeWritten) {
     EXPECT_EQ(readFile(home / "cache/x"), "x");
 }
 
-TEST(QuarantineStore, AnItemThatChangedSinceItWasMeasuredStays) {
+TEST(QuarantineStore, RefusesWhatItMustNotHold) {
     TempHome home;
     writeFile(home / "cache", "x");
     writeFile(home / "other", "y");
     Result<PathIdentity> other = identityOf(home / "other");
     ASSERT_TRUE(other);
-    EXPECT_FALSE(quarantineItem("pip", "Wheel cache", home / "cache", 1, *other));
+    EXPECT_FALSE(quarantineItem("pip", "Wheel cache", home / "cache", 1, *other)) << "not the item measured";
     EXPECT_TRUE(fs::exists(home / "cache"));
+
+    writeFile(home / ".kelvor/undo/run.json", "{}");
+    Result<std::string> own = hold(home / ".kelvor/undo");
+    ASSERT_FALSE(own);
+    EXPECT_EQ(own.error().context, "this is Kelvor's own recovery state — it is never a cleanup target");
+    EXPECT_TRUE(fs::exists(home / ".kelvor/undo/run.json"));
     EXPECT_TRUE(quarantineActive().empty());
+}
+
+TEST(QuarantineStore, AnItemReachedThroughALinkedFolderIsRecordedByItsRealPlace) {
+    TempHome home;
+    writeFile(home / "real/cache/x", "x");
+    fs::create_directory_symlink(home / "real", home / "via");
+    Result<std::string> held = hold(home / "via/cache");
+    ASSERT_TRUE(held);
+    EXPECT_EQ(quarantineActive().at(0).originalPath, home / "real/cache");
+    EXPECT_TRUE(fs::is_symlink(home / "via")) << "the link itself is left alone";
 }
 
 TEST(QuarantineStore, ReleasesToTheTrashOnlyAfterTheWindow) {
