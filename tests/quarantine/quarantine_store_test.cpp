@@ -129,6 +129,21 @@ TEST(QuarantineStore, TheSweepRunsAtStartUp) {
     EXPECT_TRUE(quarantineReleasedDestination(*held)) << run.out;
 }
 
+TEST(QuarantineStore, TheSweepWaitsWhileTheLedgerIsBusy) {
+    TempHome home;
+    writeFile(home / "cache/x", "x");
+    Result<std::string> held = hold(home / "cache", WallClock::now() - 30 * DAY);
+    ASSERT_TRUE(held);
+    {
+        Result<FileLock> busy = lockLedger();
+        ASSERT_TRUE(busy);
+        SweepOutcome sweep = processQuarantine();
+        EXPECT_EQ(sweep.released, 0u);
+        EXPECT_TRUE(fs::exists(*held)) << "nothing moves without the lock";
+    }
+    EXPECT_EQ(processQuarantine().released, 1u);
+}
+
 TEST(QuarantineStore, AnItemTrashedByHandIsRecordedAsReleased) {
     TempHome home;
     writeFile(home / "cache/x", "x");
