@@ -14,7 +14,7 @@
 #include "quillet/platform/home.hpp"
 #include "quillet/platform/trash.hpp"
 #include "tests/support/run_kelvor.hpp"
-#include "tests/support/scratch_mount.hpp"
+#include "tests/support/scoped_mount.hpp"
 #include "tests/support/temp_home.hpp"
 
 namespace kelvor {
@@ -185,7 +185,8 @@ TEST(TrashMove, VerifyDiscardRefusesEverythingItCannotProve) {
 
 TEST(TrashMove, AnItemOnAnotherMountGoesToThatMountsTrash) {
     TempHome home;
-    testing::ScratchMount disk("tmpfs", home / "disk");
+    fs::create_directories(home / "disk");
+    testing::ScopedMount disk = testing::ScopedMount::tmpfs(home / "disk");
     if (!disk.mounted()) GTEST_SKIP() << "mounting needs root";
     std::string uid = std::to_string(::getuid());
     writeFile(home / "disk/projects/big model.bin", "weights");
@@ -215,7 +216,8 @@ TEST(TrashMove, AnItemOnAnotherMountGoesToThatMountsTrash) {
 
 TEST(TrashMove, WithoutExtendedAttributesTheMarkLivesInKelvorsRecords) {
     TempHome home;
-    testing::ScratchMount disk("ramfs", home / "plain");
+    fs::create_directories(home / "plain");
+    testing::ScopedMount disk = testing::ScopedMount::ramfs(home / "plain");
     if (!disk.mounted()) GTEST_SKIP() << "mounting needs root";
     std::string original = home / "plain/cache\xfe.bin";
     writeFile(original, "c");

@@ -9,7 +9,7 @@
 #include "quillet/platform/trash.hpp"
 #include "quillet/quarantine/quarantine_store.hpp"
 #include "tests/support/run_kelvor.hpp"
-#include "tests/support/scratch_mount.hpp"
+#include "tests/support/scoped_mount.hpp"
 #include "tests/support/temp_home.hpp"
 
 namespace kelvor {
@@ -266,7 +266,8 @@ TEST(QuarantineStore, EarlyReleaseAndDiscard) {
 
 TEST(QuarantineStore, AnItemOnAnotherFileSystemIsHeldOnItsOwn) {
     TempHome home;
-    testing::ScratchMount disk("tmpfs", home / "disk");
+    fs::create_directories(home / "disk");
+    testing::ScopedMount disk = testing::ScopedMount::tmpfs(home / "disk");
     if (!disk.mounted()) GTEST_SKIP() << "mounting needs root";
     writeFile(home / "disk/data/set.bin", "d");
     Result<std::string> held = hold(home / "disk/data");
