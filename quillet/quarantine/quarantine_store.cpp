@@ -105,7 +105,7 @@ int QUARANTINE_DAYS() { return quarantineDaysFrom(userDefaultInteger("kelvor.qua
 Result<FileLock> lockLedger(LockWait wait) {
     std::error_code ignored;
     fs::create_directories(QUARANTINE_DIR(), ignored);
-    return FileLock::acquire(QUARANTINE_DIR() + "/.ledger.lock", wait);
+    return FileLock::acquire(QUARANTINE_DIR() + "/.ledger.lock", wait, 0600);
 }
 
 LedgerContents readLedger() { return ledgerLines(storedText(LEDGER_PATH())); }

@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <regex>
@@ -193,6 +194,9 @@ TEST(TrashMove, AnItemOnAnotherMountGoesToThatMountsTrash) {
     EXPECT_FALSE(fs::exists(home / ".local/share/Trash/files/big model.bin")) << "never copied home";
     EXPECT_EQ(trashRecordOrigin(outcome.destination), home / "disk/projects/big model.bin");
     EXPECT_FALSE(verifyDiscard(outcome.destination, home / "disk/projects/big model.bin").refusal);
+    std::vector<std::string> folders = trashFolders();
+    EXPECT_NE(std::find(folders.begin(), folders.end(), home / ("disk/.Trash-" + uid)), folders.end())
+        << "the mount's Trash is found from the mount table";
 
     // A shared ".Trash" with the sticky bit takes precedence; without it, it is ignored.
     fs::create_directory(home / "disk/.Trash");
