@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <regex>
@@ -14,6 +15,7 @@
 #include "quillet/platform/home.hpp"
 #include "quillet/platform/trash.hpp"
 #include "tests/support/run_kelvor.hpp"
+#include "tests/support/run_program.hpp"
 #include "tests/support/scoped_mount.hpp"
 #include "tests/support/temp_home.hpp"
 
@@ -38,18 +40,11 @@ std::string infoOf(const std::string& entry) {
     return (place.parent_path().parent_path() / "info" / (place.filename().string() + ".trashinfo")).string();
 }
 
-std::string shellOutput(const std::string& command) {
-    std::string out;
-    if (FILE* pipe = ::popen(command.c_str(), "r")) {
-        char buffer[4096];
-        size_t got;
-        while ((got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) out.append(buffer, got);
-        ::pclose(pipe);
-    }
-    return out;
-}
+// What `command` printed on standard output (commands here add "2>&1" where errors matter).
+std::string shellOutput(const std::string& command) { return testing::runProgram({"/bin/sh", "-c", command}, "").out; }
 
 bool haveTrashCli() { return std::system("command -v trash-list >/dev/null 2>&1") == 0; }
+bool haveGio() { return std::system("command -v gio >/dev/null 2>&1") == 0; }
 
 TEST(TrashMove, MovesIntoTheHomeTrashWithItsRecordAndMark) {
     TempHome home;
@@ -141,6 +136,25 @@ TEST(TrashMove, RefusalsLeaveTheItemInPlace) {
     EXPECT_FALSE(fs::exists(home / ".local/share/Trash/files/keep.txt"));
 }
 
+// The Trash refuses every move, as a full or read-only disk would.
+struct TrashRefuses : FileOpsWrapper {
+    using FileOpsWrapper::FileOpsWrapper;
+    Result<std::string> moveToTrash(const std::string& path) override { return Error{ENOSPC, "move " + path}; }
+};
+
+TEST(TrashMove, AMoveTheFileOperationsRefuseIsARefusalWithTheirReasonAndNoMark) {
+    TempHome home;
+    writeFile(home / "big.bin", "b");
+    TrashRefuses operations(FileOps::real());
+    TrashOutcome outcome = trashItem(home / "big.bin", 1, identity(home / "big.bin"), UndoRecord::written,
+                                     WallClock::now(), operations);
+    ASSERT_FALSE(outcome.moved());
+    EXPECT_NE(outcome.refusal->message.find("No space left on device"), std::string::npos) << outcome.refusal->message;
+    EXPECT_EQ(readFile(home / "big.bin"), "b");
+    EXPECT_FALSE(movedMark(home / "big.bin"));
+    EXPECT_FALSE(fs::exists(movedMarksFile()));
+}
+
 TEST(TrashMove, VerifyDiscardRefusesEverythingItCannotProve) {
     TempHome home;
     writeFile(home / "mine.bin", "m");
@@ -199,6 +213,9 @@ TEST(TrashMove, AnItemOnAnotherMountGoesToThatMountsTrash) {
     EXPECT_FALSE(fs::exists(home / ".local/share/Trash/files/big model.bin")) << "never copied home";
     EXPECT_EQ(trashRecordOrigin(outcome.destination), home / "disk/projects/big model.bin");
     EXPECT_FALSE(verifyDiscard(outcome.destination, home / "disk/projects/big model.bin").refusal);
+    std::vector<std::string> folders = trashFolders();
+    EXPECT_NE(std::find(folders.begin(), folders.end(), home / ("disk/.Trash-" + uid)), folders.end())
+        << "the mount's Trash is found from the mount table";
 
     // A shared ".Trash" with the sticky bit takes precedence; without it, it is ignored.
     fs::create_directory(home / "disk/.Trash");
@@ -274,6 +291,21 @@ TEST(TrashMove, TrashOthersListsWhatTrashPutMoved) {
     EXPECT_EQ(run.status, 0);
     EXPECT_NE(run.out.find(home / "theirs/old.log"), std::string::npos) << run.out;
     EXPECT_EQ(run.out.find("ours.bin"), std::string::npos) << "Kelvor's own entry is not listed: " << run.out;
+}
+
+TEST(TrashMove, WhatGioTrashMovedIsListedWithItsOrigin) {
+    if (!haveGio()) GTEST_SKIP() << "gio is not installed";
+    TempHome home;
+    writeFile(home / "theirs/report 100%.txt", "theirs");
+    shellOutput("gio trash '" + home / "theirs/report 100%.txt" + "' 2>&1");
+    ASSERT_FALSE(fs::exists(home / "theirs/report 100%.txt")) << "gio could not move it";
+
+    std::vector<TrashOther> others = trashOthers({}, 100);
+    ASSERT_EQ(others.size(), 1u);
+    EXPECT_EQ(others[0].origin, home / "theirs/report 100%.txt");
+    TrashAction back = putBackOther(others[0]);
+    EXPECT_TRUE(back.done) << back.message;
+    EXPECT_EQ(readFile(home / "theirs/report 100%.txt"), "theirs");
 }
 
 TEST(TrashMove, ForeignEntriesArePutBackOrDeletedOnlyByTheRules) {
