@@ -2,7 +2,11 @@
 """Builds the scan benchmark's synthetic tree: about 300,000 files in about 2,000 folders spread
 over 20 top-level buckets, with hard links across buckets, sparse files, names that are not UTF-8,
 files directly at the root, and symbolic links to a large folder and back to the root (which no
-walker may follow). Deterministic: the same seed gives the same tree."""
+walker may follow). Deterministic: the same seed gives the same tree.
+
+    make_tree.py ROOT           the tree above
+    make_tree.py --wide N ROOT  one folder, ROOT/folder, of N files instead (every tenth holds a few
+                                bytes): a folder below the root, as a walk meets it"""
 import os
 import random
 import sys
@@ -60,5 +64,18 @@ def main(root):
     os.symlink("b03", os.path.join(root, "link-to-b03"))
 
 
+def wide(root, count):
+    folder = os.path.join(root, "folder")
+    os.makedirs(folder, exist_ok=True)
+    for i in range(count):
+        fd = os.open(os.path.join(folder, "e%07d" % i), os.O_WRONLY | os.O_CREAT | os.O_TRUNC, 0o644)
+        if i % 10 == 0:
+            os.write(fd, b"w" * (i % 5000 + 1))
+        os.close(fd)
+
+
 if __name__ == "__main__":
-    main(sys.argv[1])
+    if sys.argv[1] == "--wide":
+        wide(sys.argv[3], int(sys.argv[2]))
+    else:
+        main(sys.argv[1])

@@ -4,6 +4,7 @@
 #include <charconv>
 
 #include "quillet/platform/home.hpp"
+#include "quillet/scan/worker_count.hpp"
 
 namespace kelvor {
 
@@ -35,7 +36,7 @@ ParsedArguments parseArguments(const std::vector<std::string>& args, const Setti
     Settings& s = parsed.settings;
     s.root = defaults.home;
     s.modes = defaults.insideAppBundle ? std::vector<std::string>{"gui"} : TERMINAL_DEFAULT_MODES;
-    s.threads = defaults.processors;
+    s.threads = defaultWalkWorkers(defaults.processors);
     s.args = args;
 
     if (auto at = std::find(args.begin(), args.end(), "--remove-root"); at != args.end()) {

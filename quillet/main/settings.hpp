@@ -19,7 +19,7 @@ inline const std::vector<std::string> TERMINAL_DEFAULT_MODES = {"fm", "bulk", "p
 struct Settings {
     std::string root;                        // --root; the home folder by default
     std::vector<std::string> modes;          // --mode; see TERMINAL_DEFAULT_MODES
-    int threads = 1;                         // --threads; the processors online by default
+    int threads = 1;                         // --threads; defaultWalkWorkers() by default
     std::optional<std::string> renderPath;   // --out
     std::string style = "treemap";           // --style
     bool cleanApply = false;                 // --apply

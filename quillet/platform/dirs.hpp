@@ -88,6 +88,11 @@ bool readOpenDir(const OpenDir& dir, std::byte* buf, std::size_t bufSize, std::u
 bool readDirBulk(const std::string& path, std::byte* buf, std::size_t bufSize, std::uint64_t& denied,
                  std::uint64_t& errors, const EntrySink& sink, EntryDetail detail = EntryDetail::everyEntry);
 
+// Fills `entry` (all but its name) with what the entry `name` inside `dir` is, looked up relative
+// to dir's descriptor, so any worker may describe the names of a folder another one listed. A
+// symbolic link is described, never followed.
+Result<void> describeIn(const OpenDir& dir, const char* name, BulkEntry& entry);
+
 // The entry at `path` itself (a final symbolic link is described, not followed).
 Result<BulkEntry> entryAt(const std::string& path);
 

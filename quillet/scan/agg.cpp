@@ -46,11 +46,7 @@ void Agg::flush(WorkerTally& local) {
 }
 
 bool Agg::claimLinkedFile(const LinkSighting& sighting) {
-    std::lock_guard guard(lock_);
-    auto [seen, first] = seenInodes_.try_emplace(FileKey{sighting.device, sighting.fileID}, SeenFile{sighting.allocSize, sighting.linkCount, 0});
-    ++seen->second.sightings;
-    if (!first) ++hardlinkDupes_;
-    return first;
+    return linkedFiles_.claim(sighting.device, sighting.fileID, sighting.linkCount, sighting.allocSize);
 }
 
 void Agg::sample() {
@@ -60,16 +56,10 @@ void Agg::sample() {
 
 AggState Agg::state() const {
     std::lock_guard guard(lock_);
-    return {bucketNames_, totals_, files_, dirs_, errors_, denied_, hardlinkDupes_, snapshots_};
+    return {bucketNames_, totals_, files_, dirs_, errors_, denied_, linkedFiles_.dupes(), snapshots_};
 }
 
-std::uint64_t Agg::bytesLinkedOutside() const {
-    std::lock_guard guard(lock_);
-    std::uint64_t bytes = 0;
-    for (const auto& [key, seen] : seenInodes_)
-        if (seen.sightings < seen.linkCount) bytes += seen.allocSize;
-    return bytes;
-}
+std::uint64_t Agg::bytesLinkedOutside() const { return linkedFiles_.bytesLinkedOutside(); }
 
 Sampler::Sampler(Agg& agg) : agg_(agg) {
     // The first snapshot is taken here, so even a sampler stopped at once has recorded the start.

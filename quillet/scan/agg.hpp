@@ -1,6 +1,7 @@
 #pragma once
 // The shared aggregate of one scan: per-bucket allocated bytes, counters, the multiply-linked files
-// already counted, and the growth record the sampler keeps. Every field is behind one lock.
+// already counted, and the growth record the sampler keeps. Totals and counters are behind one lock
+// taken once per flush; the linked files have their own sharded set, claimed once per sighting.
 #include <chrono>
 #include <cstddef>
 #include <condition_variable>
@@ -10,6 +11,8 @@
 #include <thread>
 #include <unordered_map>
 #include <vector>
+
+#include "quillet/scan/linked_files.hpp"
 
 namespace kelvor {
 
@@ -92,12 +95,6 @@ public:
     std::uint64_t bytesLinkedOutside() const;
 
 private:
-    struct SeenFile {
-        std::uint64_t allocSize;
-        std::uint32_t linkCount;
-        std::uint32_t sightings;
-    };
-
     mutable std::mutex lock_;
     std::vector<std::string> bucketNames_;
     std::vector<std::uint64_t> totals_;
@@ -105,19 +102,7 @@ private:
     std::uint64_t dirs_ = 0;
     std::uint64_t errors_ = 0;
     std::uint64_t denied_ = 0;
-    std::uint64_t hardlinkDupes_ = 0;
-    struct FileKey {
-        std::uint64_t device;
-        std::uint64_t fileID;
-        bool operator==(const FileKey&) const = default;
-    };
-    struct FileKeyHash {
-        std::size_t operator()(const FileKey& key) const noexcept {
-            return std::hash<std::uint64_t>{}(key.fileID ^ (key.device * 0x9E3779B97F4A7C15ull));
-        }
-    };
-
-    std::unordered_map<FileKey, SeenFile, FileKeyHash> seenInodes_;
+    LinkedFiles linkedFiles_;
     std::vector<Snapshot> snapshots_;
     double start_;
 };

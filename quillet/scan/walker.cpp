@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cerrno>
 #include <memory>
+#include <string>
 
 #include "quillet/platform/dir_failures.hpp"
 #include "quillet/platform/dirs.hpp"
@@ -57,6 +58,16 @@ std::optional<WorkItem> WorkQueue::pop() {
         if (deadline_) cond_.wait_until(guard, *deadline_);
         else cond_.wait(guard);
     }
+}
+
+void WorkQueue::push(std::vector<WorkItem>& pushing) {
+    if (pushing.empty()) return;
+    {
+        std::lock_guard guard(lock_);
+        for (WorkItem& item : pushing) stack_.push_back(std::move(item));
+    }
+    pushing.clear();
+    cond_.notify_all();
 }
 
 void WorkQueue::finish(std::vector<WorkItem>& pushing) {
@@ -120,6 +131,8 @@ struct HeldDir {
 
     OpenDir dir;
     std::atomic<int>& held;
+    // Batches of this folder's names handed to other workers and not yet described.
+    mutable std::atomic<int> batchesWaiting{0};
 };
 
 namespace {
@@ -144,17 +157,31 @@ Result<OpenDir> openItem(const WorkItem& item) {
 // One worker's private state: its buffer, its sums since the last flush, and the folders found in
 // the directory it holds. Nothing here is shared, so reading and adding up take no lock.
 struct Worker {
-    Worker(Agg& target, std::atomic<int>& heldCount) : agg(target), held(heldCount) {}
+    Worker(Agg& target, WorkQueue& work, std::atomic<int>& heldCount, bool others)
+        : agg(target), queue(work), held(heldCount), othersHelp(others) {}
 
     Agg& agg;
+    WorkQueue& queue;
     std::atomic<int>& held;
+    const bool othersHelp;  // more than one worker: a large folder's batches are worth handing out
     std::unique_ptr<std::byte[]> buffer{new std::byte[BUF_SIZE]};
     WorkerTally tally;
     std::uint64_t sinceFlush = 0;
     std::vector<WorkItem> children;
+    std::vector<WorkItem> batches;
     const WorkItem* item = nullptr;
-    const OpenDir* dir = nullptr;
+    std::shared_ptr<const HeldDir> folder;  // the folder being read
+    std::string names;                      // regular files listed and not yet described
+    std::size_t nameCount = 0;
     std::uint64_t itemBytes = 0;
+    BulkEntry described;
+
+    void count(const BulkEntry& entry, const OpenDir& in) {
+        ++tally.files;
+        const std::uint64_t device = entry.device != 0 ? entry.device : in.device();
+        if (entry.linkCount < 2 || agg.claimLinkedFile({entry.fileID, entry.linkCount, entry.allocSize, device}))
+            itemBytes += entry.allocSize;
+    }
 
     void take(const BulkEntry& entry) {
         ++sinceFlush;
@@ -162,24 +189,57 @@ struct Worker {
             children.push_back({childPath(item->path, entry.name), item->bucket});
             ++tally.dirs;
         } else if (entry.objType == VREG) {
-            ++tally.files;
-            if (entry.linkCount < 2 ||
-                agg.claimLinkedFile({entry.fileID, entry.linkCount, entry.allocSize, deviceOf(entry)}))
-                itemBytes += entry.allocSize;
+            // The listing described it already (its type was unknown); else it waits in a batch.
+            if (entry.linkCount != 0) {
+                count(entry, folder->dir);
+                return;
+            }
+            names.append(entry.name).push_back('\0');
+            if (++nameCount == SHARED_BATCH_NAMES) handOutBatch();
         }
     }
 
-    std::uint64_t deviceOf(const BulkEntry& entry) const { return entry.device != 0 ? entry.device : dir->device(); }
+    // Describes and counts every name of `batch` inside `in`.
+    void describeAll(const std::string& batch, const OpenDir& in) {
+        for (std::size_t at = 0; at < batch.size();) {
+            const char* name = batch.c_str() + at;
+            at += std::char_traits<char>::length(name) + 1;
+            ++sinceFlush;
+            Result<void> found = describeIn(in, name, described);
+            if (!found) {
+                // Removed between the listing and the look: it is simply gone, not an error.
+                if (found.error().kind != ErrorKind::notFound) ++tally.errors;
+                continue;
+            }
+            // Replaced by something else since the listing: only regular files are measured.
+            if (described.objType == VREG) count(described, in);
+        }
+    }
 
-    // Gives the folders found in `opened` the anchor they are opened from: the folder itself while
-    // few are held; else their path when it is short enough, else the anchor it was opened from.
-    void anchorChildren(const WorkItem& parent, OpenDir&& opened) {
+    // A full batch goes to whichever worker is free while few of this folder's wait; else the
+    // reader describes it now, which bounds the names held.
+    void handOutBatch() {
+        if (othersHelp && folder->batchesWaiting.load(std::memory_order_relaxed) < SHARED_BATCHES_WAITING) {
+            folder->batchesWaiting.fetch_add(1, std::memory_order_relaxed);
+            batches.push_back({std::string(), item->bucket, folder, 0, std::move(names)});
+            queue.push(batches);
+        } else {
+            describeAll(names, folder->dir);
+        }
+        names.clear();
+        nameCount = 0;
+    }
+
+    // Gives the folders found in the folder just read the anchor they are opened from: that folder
+    // while few are held; else their path when it is short enough, else the anchor it was opened from.
+    void anchorChildren(const WorkItem& parent) {
         if (children.empty()) return;
         std::shared_ptr<const HeldDir> anchor = parent.anchor;
         std::size_t anchorLength = parent.anchorLength;
         bool longPaths = parent.path.size() >= SHORT_PATH;
-        if (held.load(std::memory_order_relaxed) < HELD_DIR_LIMIT || (longPaths && !anchor)) {
-            anchor = std::make_shared<const HeldDir>(std::move(opened), held);
+        // The folder itself is counted among the held ones already, hence "<=".
+        if (held.load(std::memory_order_relaxed) <= HELD_DIR_LIMIT || (longPaths && !anchor)) {
+            anchor = folder;
             anchorLength = parent.path.size();
         } else if (!longPaths) {
             anchor.reset();
@@ -191,23 +251,34 @@ struct Worker {
         }
     }
 
-    void run(WorkQueue& queue) {
+    void readFolder(WorkItem& next) {
+        Result<OpenDir> opened = openItem(next);
+        next.anchor.reset();  // the parent stays open only while folders in it wait
+        if (!opened) {
+            if (!changedMeanwhile(opened.error().code)) countReadFailure(opened.error().kind, tally.denied, tally.errors);
+            return;
+        }
+        folder = std::make_shared<const HeldDir>(std::move(*opened), held);
         const EntrySink sink = [this](const BulkEntry& entry) { take(entry); };
+        readOpenDir(folder->dir, buffer.get(), BUF_SIZE, tally.denied, tally.errors, sink, EntryDetail::namesAndTypes);
+        describeAll(names, folder->dir);
+        names.clear();
+        nameCount = 0;
+        anchorChildren(next);
+        folder.reset();
+    }
+
+    void run() {
         while (std::optional<WorkItem> next = queue.pop()) {
             item = &*next;
             itemBytes = 0;
-            Result<OpenDir> opened = openItem(*next);
-            next->anchor.reset();  // the parent stays open only while folders in it wait
-            if (!opened) {
-                if (!changedMeanwhile(opened.error().code))
-                    countReadFailure(opened.error().kind, tally.denied, tally.errors);
+            if (!next->names.empty()) {
+                describeAll(next->names, next->anchor->dir);
+                next->anchor->batchesWaiting.fetch_sub(1, std::memory_order_relaxed);
             } else {
-                dir = &*opened;
-                readOpenDir(*opened, buffer.get(), BUF_SIZE, tally.denied, tally.errors, sink,
-                            EntryDetail::regularFilesOnly);
-                if (itemBytes > 0) tally.bytes[next->bucket] += itemBytes;
-                anchorChildren(*next, std::move(*opened));
+                readFolder(*next);
             }
+            if (itemBytes > 0) tally.bytes[next->bucket] += itemBytes;
             if (sinceFlush >= FLUSH_EVERY) {
                 agg.flush(tally);
                 sinceFlush = 0;
@@ -224,8 +295,8 @@ WalkEnd scanBulk(int threads, Agg& agg, std::vector<WorkItem> seeds, QueueOrder 
     WorkQueue queue(std::move(seeds), order, deadline);
     std::atomic<int> held{0};
     runWorkers(threads < 1 ? 1 : threads, WORKER_STACK_BYTES, [&](int) {
-        Worker worker(agg, held);
-        worker.run(queue);
+        Worker worker(agg, queue, held, threads > 1);
+        worker.run();
     });
     return queue.cancelled() ? WalkEnd::cancelled : WalkEnd::finished;
 }

@@ -21,6 +21,12 @@ inline constexpr std::size_t BUF_SIZE = 262144;
 inline constexpr unsigned FLUSH_EVERY = 1024;
 // Each worker's stack.
 inline constexpr std::size_t WORKER_STACK_BYTES = 1048576;
+// Regular files a worker names in one batch of a folder's listing. A folder with more hands its
+// batches to the other workers, which describe the names relative to the folder's open descriptor.
+inline constexpr std::size_t SHARED_BATCH_NAMES = 2048;
+// Batches of one folder waiting for another worker at most; beyond, the reader describes its next
+// batch itself, so a folder of millions of entries holds a bounded number of names in memory.
+inline constexpr int SHARED_BATCHES_WAITING = 16;
 // Consumed items at the front of a breadth-first queue before it may be compacted.
 inline constexpr std::size_t QUEUE_COMPACT_AT = 4096;
 
@@ -31,12 +37,14 @@ struct HeldDir;
 // under the usual limit of 1024 descriptors, whatever the depth of the tree.
 inline constexpr int HELD_DIR_LIMIT = 256;
 
-// A directory still to read, and the bucket its bytes count towards.
+// A directory still to read, and the bucket its bytes count towards; or, when `names` is not
+// empty, a batch of the regular files of the folder `anchor` to describe and count.
 struct WorkItem {
     std::string path;
     int bucket = 0;
     std::shared_ptr<const HeldDir> anchor{};  // an open folder above it; none: open by path
     std::size_t anchorLength = 0;             // the length of anchor's path, a prefix of `path`
+    std::string names{};                      // names inside anchor, each ended by a NUL
 };
 
 enum class QueueOrder {
@@ -56,6 +64,9 @@ public:
     // The next item, which the caller then holds until finish(); none when the walk is done or
     // cancelled. Waits while other workers may still push items.
     std::optional<WorkItem> pop();
+
+    // Adds `pushing` (moved out) while the caller still holds its item.
+    void push(std::vector<WorkItem>& pushing);
 
     // Hands back the held item, adding the directories found in it (moved out of `pushing`).
     void finish(std::vector<WorkItem>& pushing);

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "quillet/main/settings.hpp"
+#include "quillet/scan/worker_count.hpp"
 
 namespace kelvor {
 namespace {
@@ -19,7 +20,7 @@ TEST(Arguments, DefaultsDependOnHowTheProgramStarted) {
     Settings s = parse({}).settings;
     EXPECT_EQ(s.root, "/home/ada");
     EXPECT_EQ(s.modes, TERMINAL_DEFAULT_MODES);
-    EXPECT_EQ(s.threads, 8);
+    EXPECT_EQ(s.threads, defaultWalkWorkers(8));
     EXPECT_EQ(s.style, "treemap");
     EXPECT_EQ(s.cleanTiers, (std::set<Tier>{Tier::redownload, Tier::regenerate}));
     EXPECT_EQ(s.minMB, 100);
@@ -49,8 +50,8 @@ TEST(Arguments, WalkGivesTheSettingsOfEachList) {
         {{"--mode", "dupes", "--mode", "unclaimed"},
          [](const Settings& s) { return s.modes == std::vector<std::string>{"unclaimed"}; }, "later mode wins"},
         {{"--threads", "3", "--threads", "5"}, [](const Settings& s) { return s.threads == 5; }, "later threads wins"},
-        {{"--threads", "x"}, [](const Settings& s) { return s.threads == 8; }, "bad threads keeps processors"},
-        {{"--threads", "4x"}, [](const Settings& s) { return s.threads == 8; }, "partial number keeps processors"},
+        {{"--threads", "x"}, [](const Settings& s) { return s.threads == defaultWalkWorkers(8); }, "bad threads keeps the default"},
+        {{"--threads", "4x"}, [](const Settings& s) { return s.threads == defaultWalkWorkers(8); }, "partial number keeps the default"},
         {{"--min-mb", "0"}, [](const Settings& s) { return s.minMB == 0; }, "min-mb 0 is kept as given"},
         {{"--age-days", "-2"}, [](const Settings& s) { return s.ageDays == -2; }, "negative age"},
         {{"--mode"}, [](const Settings& s) { return s.modes == TERMINAL_DEFAULT_MODES; }, "value option at the end"},

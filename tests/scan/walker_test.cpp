@@ -113,6 +113,42 @@ TEST(Walker, AnUnreadableFolderIsDeniedAndItsSiblingsAreStillRead) {
         << "bucket a, bucket b, files, denied, errors";
 }
 
+TEST(Walker, AFolderOfManyBatchesIsCountedExactlyByAnyNumberOfWorkers) {
+    TempHome home;
+    std::string root = home / "root";
+    // Enough files for several batches plus a partial one, with folders and links among them.
+    const std::size_t count = 3 * SHARED_BATCH_NAMES + 17;
+    std::uint64_t expectedBig = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        std::string path = root + "/big/f" + std::to_string(i);
+        writeFile(path, std::string(i % 7 == 0 ? 5000 + i : i % 90, 'x'));
+        expectedBig += allocatedBytes(path);
+    }
+    writeFile(root + "/big/sub/inner", std::string(9000, 'i'));
+    expectedBig += allocatedBytes(root + "/big/sub/inner");
+    // Every tenth file is also linked from the other bucket, which must add nothing there.
+    fs::create_directories(root + "/other");
+    std::uint64_t links = 0;
+    for (std::size_t i = 0; i < count; i += 10, ++links)
+        fs::create_hard_link(root + "/big/f" + std::to_string(i), root + "/other/l" + std::to_string(i));
+    fs::create_symlink(root + "/big/f1", root + "/big/zz-link");
+    for (int threads : {1, 2, 8}) {
+        for (QueueOrder order : {QueueOrder::depthFirst, QueueOrder::breadthFirst}) {
+            // With one bucket per folder, which bucket sees a linked file first depends on the
+            // order; together they always hold every byte once.
+            AggState state = walk(root, {"big", "other"}, threads, order);
+            std::string input = std::to_string(threads) + " threads, order " + std::to_string(static_cast<int>(order));
+            EXPECT_EQ(state.totals[0] + state.totals[1], expectedBig) << input;
+            EXPECT_EQ(state.files, count + 1 + links) << input;
+            EXPECT_EQ(state.dirs, 1u) << input;
+            EXPECT_EQ(state.hardlinkDupes, links) << input;
+            EXPECT_EQ(state.errors + state.denied, 0u) << input;
+        }
+    }
+    AggState alone = walk(root, {"big"}, 8);
+    EXPECT_EQ(alone.totals, std::vector<std::uint64_t>{expectedBig}) << "every link of these files is outside";
+}
+
 // Mounts a small tmpfs at `path` for the life of the object (root only).
 class TmpfsMount {
 public:

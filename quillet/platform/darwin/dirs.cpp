@@ -42,6 +42,18 @@ bool readOpenDir(const OpenDir& dir, std::byte* buf, std::size_t bufSize, std::u
     return true;
 }
 
+Result<void> describeIn(const OpenDir& dir, const char* name, BulkEntry& entry) {
+    struct stat info {};
+    if (::fstatat(dir.descriptor(), name, &info, AT_SYMLINK_NOFOLLOW) != 0) return errnoError(name);
+    entry.objType = objectTypeOfMode(info.st_mode);
+    entry.fileID = info.st_ino;
+    entry.linkCount = info.st_nlink;
+    entry.allocSize = info.st_blocks > 0 ? static_cast<std::uint64_t>(info.st_blocks) * 512 : 0;
+    entry.mtime = info.st_mtimespec.tv_sec;
+    entry.device = static_cast<std::uint64_t>(info.st_dev);
+    return {};
+}
+
 Result<BulkEntry> entryAt(const std::string& path) {
     struct stat info {};
     if (::lstat(path.c_str(), &info) != 0) return errnoError(path);

@@ -108,6 +108,14 @@ bool readOpenDir(const OpenDir& dir, std::byte* buf, std::size_t bufSize, std::u
     return true;
 }
 
+Result<void> describeIn(const OpenDir& dir, const char* name, BulkEntry& entry) {
+    struct statx info;
+    if (::statx(dir.descriptor(), name, AT_SYMLINK_NOFOLLOW | AT_STATX_DONT_SYNC, STATX_WANTED, &info) != 0)
+        return errnoError(name);
+    fillFromStatx(info, entry);
+    return {};
+}
+
 Result<BulkEntry> entryAt(const std::string& path) {
     struct statx info;
     if (::statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW | AT_STATX_DONT_SYNC, STATX_WANTED, &info) != 0)

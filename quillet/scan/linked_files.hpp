@@ -1,0 +1,46 @@
+#pragma once
+// The multiply-linked files a walk has already counted, keyed by (device, inode). Workers claim
+// files concurrently: the set is split into shards, each behind its own lock, so two workers
+// rarely wait for each other, and each shard is one open-addressed table of 16-byte slots.
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace kelvor {
+
+// Shards of the set: a power of two, many more than workers, so a claim seldom meets another.
+inline constexpr std::size_t LINK_SHARDS = 64;
+
+class LinkedFiles {
+public:
+    LinkedFiles();
+    ~LinkedFiles();
+    LinkedFiles(const LinkedFiles&) = delete;
+    LinkedFiles& operator=(const LinkedFiles&) = delete;
+
+    // Records one sighting of the file `fileID` on `device` with `linkCount` links and
+    // `allocSize` bytes. True on the first sighting of that device and inode; every later one adds
+    // 1 to dupes() and returns false. Safe from any number of threads.
+    bool claim(std::uint64_t device, std::uint64_t fileID, std::uint32_t linkCount, std::uint64_t allocSize);
+
+    // Later sightings so far.
+    std::uint64_t dupes() const;
+
+    // Allocated bytes of the files seen fewer times than their link count: files that also have
+    // links outside what was walked.
+    std::uint64_t bytesLinkedOutside() const;
+
+    // Distinct files recorded.
+    std::size_t size() const;
+
+private:
+    struct Shard;
+    std::array<std::unique_ptr<Shard>, LINK_SHARDS> shards_;
+    std::atomic<std::uint64_t> dupes_{0};
+};
+
+}  // namespace kelvor

@@ -1,0 +1,13 @@
+#include "quillet/scan/worker_count.hpp"
+
+#include <algorithm>
+
+namespace kelvor {
+
+int defaultWalkWorkers(int processors) {
+    const int online = std::max(1, processors);
+    // Never fewer than the processors, so a machine with more of them than the cap still uses all.
+    return std::max(online, std::min(online * WALK_WORKERS_PER_PROCESSOR, WALK_WORKERS_MOST));
+}
+
+}  // namespace kelvor

@@ -1,0 +1,62 @@
+#include "quillet/scan/linked_files.hpp"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+namespace kelvor {
+namespace {
+
+TEST(LinkedFiles, TheSameInodeOnAnotherDeviceIsAnotherFile) {
+    LinkedFiles files;
+    EXPECT_TRUE(files.claim(1, 42, 2, 4096));
+    EXPECT_TRUE(files.claim(2, 42, 2, 4096)) << "inode numbers repeat across file systems";
+    EXPECT_FALSE(files.claim(1, 42, 2, 4096));
+    EXPECT_EQ(files.dupes(), 1u);
+    EXPECT_EQ(files.size(), 2u);
+    EXPECT_EQ(files.bytesLinkedOutside(), 4096u) << "device 2's file has a link that was not seen";
+}
+
+TEST(LinkedFiles, AFileSeenMoreTimesThanItsLinksIsNotOutside) {
+    LinkedFiles files;
+    // A link added during the walk: seen three times, two links when first seen.
+    EXPECT_TRUE(files.claim(1, 7, 2, 8192));
+    EXPECT_FALSE(files.claim(1, 7, 2, 8192));
+    EXPECT_FALSE(files.claim(1, 7, 3, 8192));
+    EXPECT_EQ(files.bytesLinkedOutside(), 0u);
+    EXPECT_EQ(files.dupes(), 2u);
+}
+
+TEST(LinkedFiles, ConcurrentClaimsCountEachDeviceAndInodeOnce) {
+    LinkedFiles files;
+    constexpr int WORKERS = 8;
+    constexpr std::uint64_t INODES = 40000;  // enough to grow every shard several times
+    constexpr std::uint64_t DEVICES = 3;
+    std::atomic<std::uint64_t> firsts{0};
+    std::vector<std::thread> workers;
+    for (int w = 0; w < WORKERS; ++w)
+        workers.emplace_back([&, w] {
+            std::uint64_t mine = 0;
+            // Each worker sees every file once, starting at a different place.
+            for (std::uint64_t n = 0; n < INODES * DEVICES; ++n) {
+                std::uint64_t k = (n + static_cast<std::uint64_t>(w) * 7919) % (INODES * DEVICES);
+                std::uint64_t inode = k / DEVICES + 1, device = k % DEVICES + 100;
+                // Odd inodes have one more link than there are workers: a link outside.
+                std::uint32_t links = inode % 2 ? WORKERS + 1 : WORKERS;
+                if (files.claim(device, inode, links, inode * 512)) ++mine;
+            }
+            firsts += mine;
+        });
+    for (std::thread& worker : workers) worker.join();
+    EXPECT_EQ(firsts.load(), INODES * DEVICES);
+    EXPECT_EQ(files.size(), INODES * DEVICES);
+    EXPECT_EQ(files.dupes(), INODES * DEVICES * (WORKERS - 1));
+    std::uint64_t outside = 0;
+    for (std::uint64_t inode = 1; inode <= INODES; inode += 2) outside += DEVICES * inode * 512;
+    EXPECT_EQ(files.bytesLinkedOutside(), outside);
+}
+
+}  // namespace
+}  // namespace kelvor
