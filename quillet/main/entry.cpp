@@ -81,12 +81,14 @@ int runKelvor(const std::vector<std::string>& args, const std::string& executabl
             return 1;
         }
     }
-    if (parsed.threadsOutOfRange)
+    // A worker count no machine can serve is refused rather than guessed at, so a script notices.
+    if (parsed.threadsOutOfRange) {
         std::fprintf(stderr, "%s\n",
-                     trf(S::threadsAdjusted, {escapeControls(*parsed.threadsOutOfRange),
-                                              std::to_string(THREADS_PER_PROCESSOR_LIMIT * std::max(1, defaults.processors)),
-                                              std::to_string(parsed.settings.threads)})
+                     trf(S::threadsOutOfRange, {escapeControls(*parsed.threadsOutOfRange),
+                                                std::to_string(THREADS_PER_PROCESSOR_LIMIT * std::max(1, defaults.processors))})
                          .c_str());
+        return 2;
+    }
     installSettings(parsed.settings);
     const Settings& current = settings();
     const ModeEntry* single = current.modes.size() == 1 ? findMode(current.modes.front()) : nullptr;

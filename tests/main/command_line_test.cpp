@@ -50,13 +50,15 @@ TEST(CommandLine, ARootThatIsNoFolderIsRefusedWithASentence) {
     EXPECT_EQ(german.out, "✗ --root " + (home / "nowhere") + ": kein solcher Ordner\n");
 }
 
-TEST(CommandLine, TooManyThreadsAreCappedAndSaid) {
+TEST(CommandLine, AWorkerCountOutsideTheLimitIsRefused) {
     TempHome home;
     std::filesystem::create_directories(home / "tree/a");
     auto run = runKelvorBinary({"--mode", "fm", "--root", home / "tree", "--threads", "1000000"}, {"LANG=C", "LANGUAGE="});
-    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.status, 2) << run.err;
     EXPECT_NE(run.err.find("--threads 1000000 is outside 1 to "), std::string::npos) << run.err;
-    EXPECT_EQ(run.out.find("1000000"), std::string::npos) << "the scan runs with the capped count: " << run.out;
+    EXPECT_EQ(run.out, "") << "nothing runs with a count no machine can serve";
+    auto zero = runKelvorBinary({"--mode", "fm", "--root", home / "tree", "--threads", "0"}, {"LANG=C", "LANGUAGE="});
+    EXPECT_EQ(zero.status, 2) << zero.err;
 }
 
 TEST(CommandLine, UnknownModeIsReportedAndExitsZero) {
