@@ -60,9 +60,9 @@ struct ApplyOptions {
 struct ApplyContext {
     FileOps* files = &FileOps::real();
     Clock* clock = &Clock::real();
-    QuarantineMove quarantine;                        // none: quarantine moves fail and the item stays
-    std::function<bool()> releaseBallast;             // frees room for the record; true when it did
-    std::function<void(std::size_t done, std::size_t total, const std::string& path)> onMove;  // progress
+    QuarantineMove quarantine{};                      // none: quarantine moves fail and the item stays
+    std::function<bool()> releaseBallast{};           // frees room for the record; true when it did
+    std::function<void(std::size_t done, std::size_t total, const std::string& path)> onMove{};  // progress
 };
 
 // Days an item stays under observation in the quarantine.

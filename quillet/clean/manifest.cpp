@@ -1,6 +1,8 @@
 #include "quillet/clean/manifest.hpp"
 
 #include <dirent.h>
+#include <fcntl.h>
+#include <unistd.h>
 #include <sys/stat.h>
 
 #include <cinttypes>
@@ -38,7 +40,8 @@ std::string freshRecordName(std::chrono::system_clock::time_point when) {
     std::uint32_t tag;
     {
         std::lock_guard lock(mutex);
-        tag = static_cast<std::uint32_t>(random());
+        // The process id keeps a forked child's names apart from its parent's.
+        tag = static_cast<std::uint32_t>(random()) ^ (static_cast<std::uint32_t>(::getpid()) * 2654435761u);
     }
     char suffix[24];
     std::snprintf(suffix, sizeof suffix, "-%08" PRIX32 ".json", tag);
@@ -139,7 +142,18 @@ std::vector<ManifestItem> plannedCLI(const std::vector<CleanTarget>& targets) {
 
 Result<std::string> newManifestPath(Clock& clock) {
     if (Result<void> made = makeUndoDir(); !made) return made.error();
-    return undoDir() + "/" + freshRecordName(clock.now());
+    // The name is claimed by creating its lock file exclusively: two runs started in the same
+    // second (or forked with the same random state) never share a record.
+    for (int attempt = 0; attempt < 16; ++attempt) {
+        std::string path = undoDir() + "/" + freshRecordName(clock.now());
+        int descriptor = ::open((path + ".lock").c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0644);
+        if (descriptor >= 0) {
+            ::close(descriptor);
+            return path;
+        }
+        if (errno != EEXIST) return errnoError("create " + path + ".lock");
+    }
+    return Error(EEXIST, "name a new record in " + undoDir());
 }
 
 std::string retiredManifestPath(const std::string& path) {
