@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include "quillet/clean/trash_move.hpp"
 #include "quillet/i18n/text.hpp"
 #include "quillet/records/record_lock.hpp"
 #include "quillet/log/log.hpp"
@@ -127,13 +128,15 @@ CleanOutcome applyCleanPlan(const std::vector<CleanTarget>& targets, const Apply
             manifestRow.action = "quarantine";
             item.fate = ItemFate::quarantined;
         } else {
-            moved = files.moveToTrash(target.path);
-            if (!moved) {
+            TrashOutcome trashed = trashItem(target.path, target.stat.bytes, *target.identity, UndoRecord::written,
+                                             clock.now(), files);
+            if (!trashed.moved()) {
                 item.fate = ItemFate::failed;
-                item.reason = moved.error().describe();
+                item.reason = trashed.refusal->message;
                 KelvorLog::write("clean", "could not move " + target.path + ": " + item.reason);
                 continue;
             }
+            moved = trashed.destination;
             item.fate = ItemFate::trashed;
         }
         item.destination = *moved;

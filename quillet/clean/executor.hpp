@@ -65,9 +65,6 @@ struct ApplyContext {
     std::function<void(std::size_t done, std::size_t total, const std::string& path)> onMove{};  // progress
 };
 
-// Days an item stays under observation in the quarantine.
-inline constexpr int QUARANTINE_OBSERVATION_DAYS = 30;
-
 // Applies `targets` in order. No record, no move: when the record cannot be written even after the
 // ballast is released, nothing moves and recordUnwritable is set.
 CleanOutcome applyCleanPlan(const std::vector<CleanTarget>& targets, const ApplyOptions& options,

@@ -10,6 +10,7 @@
 #include "quillet/clean/undo.hpp"
 #include "quillet/i18n/text.hpp"
 #include "quillet/platform/printable.hpp"
+#include "quillet/quarantine/quarantine_store.hpp"
 #include "quillet/scan/fmt_bytes.hpp"
 #include "quillet/space/exclusions.hpp"
 
@@ -66,10 +67,10 @@ void printOutcome(const CleanOutcome& outcome) {
             case ItemFate::changed: say(trf(S::cleanChangedKept) + " " + escapeControls(item.path)); break;
             case ItemFate::quarantined:
                 say(trf(S::cleanQuarantinedItem, {item.owner, item.component, fmtBytes(item.bytes),
-                                                  std::to_string(QUARANTINE_OBSERVATION_DAYS)}));
+                                                  std::to_string(QUARANTINE_DAYS())}));
                 break;
             case ItemFate::quarantineFailed:
-                say("  ⛔ " + escapeControls(item.path) + " — " + trf(S::cleanQuarantineRecordFailed));
+                say("  ⛔ " + escapeControls(item.path) + " — " + trf(S::quarantineRecordFailed));
                 break;
             case ItemFate::failed: say(trf(S::cleanMoveFailed) + " " + escapeControls(item.path)); break;
             case ItemFate::trashed:
@@ -85,7 +86,7 @@ void printOutcome(const CleanOutcome& outcome) {
     const std::uint64_t trashedBytes = outcome.bytesWith(ItemFate::trashed);
     const std::uint64_t quarantinedBytes = outcome.bytesWith(ItemFate::quarantined);
     if (quarantined > 0)
-        say(trf(S::cleanQuarantineSummary, {std::to_string(QUARANTINE_OBSERVATION_DAYS), std::to_string(quarantined),
+        say(trf(S::cleanQuarantineSummary, {std::to_string(QUARANTINE_DAYS()), std::to_string(quarantined),
                                              std::to_string(trashed), fmtBytes(trashedBytes + quarantinedBytes)}));
     else
         say(trf(S::cleanMovedToTrash) + " " + std::to_string(trashed) + " · " + fmtBytes(trashedBytes));
@@ -130,6 +131,10 @@ int runClean(const Settings& settings) {
         plan.targets.begin(), plan.targets.end(), [](const CleanTarget& t) { return t.blocked() && !t.hardBlocked(); }));
     if (settings.cleanForce && softlyBlocked > 0) say(trf(S::cleanForceOverriding, {std::to_string(softlyBlocked)}));
     ApplyContext context;
+    context.quarantine = [](const CleanTarget& target) {
+        return quarantineItem(target.rule.owner, componentLabel(target.rule), target.path, target.stat.bytes,
+                              target.identity.value_or(PathIdentity{}));
+    };
     Ballast ballast;
     context.releaseBallast = [&] { return ballast.release(); };
     context.onMove = [&](std::size_t done, std::size_t total, const std::string& path) {

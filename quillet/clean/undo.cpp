@@ -8,6 +8,8 @@
 #include <filesystem>
 
 #include "quillet/clean/manifest.hpp"
+#include "quillet/clean/trash_move.hpp"
+#include "quillet/quarantine/quarantine_store.hpp"
 #include "quillet/i18n/text.hpp"
 #include "quillet/log/log.hpp"
 #include "quillet/platform/path_inside.hpp"
@@ -42,12 +44,26 @@ bool isToolAction(const std::string& action) {
     return action == "docker-remove" || action == "pkg-uninstall" || action == "simruntime-remove";
 }
 
-// The Trash keeps a description of each item beside it; once the item is back it describes nothing.
-void forgetTrashInfo(const std::string& trashedTo) {
-    const std::string files = homeTrashFolder() + "/files";
-    if (!pathInside(trashedTo, files)) return;
-    std::string name = std::filesystem::path(trashedTo).filename().string();
-    ::unlink((homeTrashFolder() + "/info/" + name + ".trashinfo").c_str());
+// For a row that never settled: the Trash entry whose put-back record names `original`, while
+// nothing is at `original`; none otherwise.
+std::optional<std::string> foundInTrash(const std::string& original) {
+    struct stat info {};
+    if (::lstat(original.c_str(), &info) == 0) return std::nullopt;
+    for (const std::string& trash : trashFolders()) {
+        const std::string entries = trashEntriesFolder(trash);
+        DIR* folder = ::opendir(entries.c_str());
+        if (!folder) continue;
+        std::optional<std::string> found;
+        while (dirent* entry = ::readdir(folder)) {
+            std::string name = entry->d_name;
+            if (name == "." || name == "..") continue;
+            std::string path = entries + "/" + name;
+            if (trashRecordOrigin(path) == original) found = path;
+        }
+        ::closedir(folder);
+        if (found) return found;
+    }
+    return std::nullopt;
 }
 
 struct Chosen {
@@ -95,15 +111,9 @@ Chosen chooseLast(UndoOutcome& outcome) {
     return {std::nullopt, false};
 }
 
-// Brings one moved row back to its original place, or says why not. True when it came back.
-bool restoreRow(const ManifestItem& item, FileOps& files, UndoOutcome& outcome) {
+// Whether the folder the item came out of may receive it again; says why not.
+bool parentStillFits(const ManifestItem& item, UndoOutcome& outcome) {
     const std::string& original = item.originalPath;
-    struct stat info {};
-    if (::lstat(item.trashedTo.c_str(), &info) != 0) {
-        outcome.lines.push_back(trf(S::undoNotInTrash) + " " + shown(original));
-        ++outcome.missing;
-        return false;
-    }
     const std::string parent = std::filesystem::path(original).parent_path().string();
     DIR* folder = ::opendir(parent.c_str());
     if (!folder) {
@@ -122,6 +132,33 @@ bool restoreRow(const ManifestItem& item, FileOps& files, UndoOutcome& outcome) 
         ++outcome.failed;
         return false;
     }
+    return true;
+}
+
+// Brings a row from the quarantine: through the quarantine's own restore, which keeps its ledger,
+// or from the Trash when its observation window has passed.
+bool restoreQuarantineRow(const ManifestItem& item, FileOps& files, UndoOutcome& outcome);
+
+// Brings one moved row back to its original place, or says why not. True when it came back.
+bool restoreRow(const ManifestItem& item, FileOps& files, UndoOutcome& outcome) {
+    const std::string& original = item.originalPath;
+    if (item.action == "quarantine") return restoreQuarantineRow(item, files, outcome);
+    struct stat info {};
+    if (::lstat(item.trashedTo.c_str(), &info) != 0) {
+        outcome.lines.push_back(trf(S::undoNotInTrash) + " " + shown(original));
+        ++outcome.missing;
+        return false;
+    }
+    // The Trash's own record of the entry must name this item's place, where it keeps one.
+    if (insideAnyTrash(item.trashedTo)) {
+        std::optional<std::string> origin = trashRecordOrigin(item.trashedTo);
+        if (origin && *origin != original) {
+            outcome.lines.push_back(trf(S::undoTrashEntryNotNamed) + " " + shown(original));
+            ++outcome.failed;
+            return false;
+        }
+    }
+    if (!parentStillFits(item, outcome)) return false;
     // The rename never replaces: an occupant that appears after this look is still not overwritten.
     Result<void> moved = files.rename(item.trashedTo, original);
     if (!moved && moved.error().kind == ErrorKind::exists) {
@@ -135,8 +172,45 @@ bool restoreRow(const ManifestItem& item, FileOps& files, UndoOutcome& outcome) 
         ++outcome.failed;
         return false;
     }
-    if (item.action == "trash") forgetTrashInfo(item.trashedTo);
+    if (item.action == "trash") forgetTrashRecord(item.trashedTo);
     outcome.lines.push_back("  ↩ " + shown(original));
+    ++outcome.restored;
+    return true;
+}
+
+bool restoreQuarantineRow(const ManifestItem& item, FileOps& files, UndoOutcome& outcome) {
+    const std::string& original = item.originalPath;
+    if (quarantineWasRestored(item.trashedTo)) {
+        outcome.lines.push_back(trf(S::undoQuarantineAlreadyRestored) + " " + shown(original));
+        return true;
+    }
+    if (std::optional<std::string> released = quarantineReleasedDestination(item.trashedTo)) {
+        outcome.lines.push_back(trf(S::undoQuarantineExpired) + " " + shown(original));
+        ManifestItem fromTrash = item;
+        fromTrash.action = "trash";
+        fromTrash.trashedTo = *released;
+        return restoreRow(fromTrash, files, outcome);
+    }
+    struct stat info {};
+    if (::lstat(item.trashedTo.c_str(), &info) != 0) {
+        outcome.lines.push_back(trf(S::undoNotInTrash) + " " + shown(original));
+        ++outcome.missing;
+        return false;
+    }
+    if (!parentStillFits(item, outcome)) return false;
+    std::optional<RestoreOutcome> restored = restoreQuarantine(item.trashedTo);
+    if (!restored || !restored->restored) {
+        if (restored && !restored->message.empty()) outcome.lines.push_back(restored->message);
+        outcome.lines.push_back(trf(S::undoRestoreFailed) + " " + shown(original));
+        ++outcome.failed;
+        return false;
+    }
+    if (std::optional<std::string> beside = quarantineRestoredBeside(item.trashedTo)) {
+        outcome.lines.push_back(trf(S::undoBeside) + " " + shown(*beside));
+        outcome.beside.push_back(*beside);
+    } else {
+        outcome.lines.push_back("  ↩ " + shown(original));
+    }
     ++outcome.restored;
     return true;
 }
@@ -167,6 +241,12 @@ UndoOutcome undoLocked(const std::string& path, FileOps& files, UndoOutcome outc
             continue;
         }
         if (item->pending) {
+            // A run killed between a move and its checkpoint: the Trash's own record may show it.
+            if (std::optional<std::string> found = foundInTrash(item->originalPath)) {
+                outcome.lines.push_back(trf(S::undoNeverFinishedFound) + " " + shown(*found));
+                allBack = false;
+                continue;
+            }
             // Never moved: it is still where it was, there is nothing to take back.
             outcome.lines.push_back(trf(S::undoNeverMoved) + " " + shown(item->originalPath));
             continue;

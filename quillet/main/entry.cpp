@@ -16,6 +16,7 @@
 #include "quillet/platform/home.hpp"
 #include "quillet/platform/printable.hpp"
 #include "quillet/platform/sysinfo.hpp"
+#include "quillet/quarantine/quarantine_store.hpp"
 
 namespace kelvor {
 
@@ -27,10 +28,12 @@ std::string joinedStyles() {
     return out;
 }
 
-// Start-up housekeeping before a mode: the language, retired undo records past their age, and the
-// space reserve that lets an undo record be written on a full disk.
+// Start-up housekeeping before a mode: the quarantine's release sweep, the language, retired undo
+// records past their age, and the space reserve that lets an undo record be written on a full disk.
 void runHousekeeping(const Settings& settings) {
+    SweepOutcome sweep = processQuarantine();
     initAppLang(settings.langOverride);
+    if (sweep.unrecorded) std::printf("%s\n", trf(S::quarantineSweepUnrecorded).c_str());
     pruneConsumedManifests(std::chrono::system_clock::now());
     Ballast().ensure();
 }
