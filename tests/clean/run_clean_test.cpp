@@ -1,11 +1,13 @@
 // The clean as a person runs it: the real binary on a home folder made by the test.
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <filesystem>
+#include <map>
 #include <thread>
 
 #include "tests/support/run_kelvor.hpp"
@@ -111,6 +113,42 @@ TEST(RunClean, NothingMovesWhenTheUndoFolderCannotBeWritten) {
     EXPECT_TRUE(fs::exists(home / ".npm/_cacache/content-v2/sha512/x"));
     EXPECT_TRUE(fs::exists(home / ".cache/huggingface/hub/models--tiny/blobs/b"));
     EXPECT_EQ(fs::file_size(home / ".kelvor/reserve.bin"), 1024u * 1024u) << "the reserve is made whole again";
+}
+
+// Every entry below `root` (bytes, mode and modification time), for a before-and-after comparison.
+std::map<std::string, std::string> treeState(const std::string& root) {
+    std::map<std::string, std::string> state;
+    for (const auto& entry : fs::recursive_directory_iterator(root)) {
+        struct stat info {};
+        ::lstat(entry.path().c_str(), &info);
+        std::string bytes = entry.is_regular_file() ? testing::readFile(entry.path()) : "";
+        state[entry.path()] = std::to_string(info.st_mode) + " " + std::to_string(info.st_mtim.tv_sec) + "." +
+                              std::to_string(info.st_mtim.tv_nsec) + " " + bytes;
+    }
+    return state;
+}
+
+TEST(RunClean, ApplyMovesVerifiedStoresToTheTrashUnverifiedToTheQuarantineAndUndoBringsEveryByteBack) {
+    TempHome home;
+    makeStores(home);
+    ::chmod((home / ".npm/_cacache/content-v2/sha512/x").c_str(), 0640);
+    auto before = treeState(home / ".npm");
+    auto hfBefore = treeState(home / ".cache/huggingface");
+    auto run = testing::runKelvorBinary({"--mode", "clean", "--apply", "--yes", "--include-unverified"}, ENGLISH);
+    EXPECT_EQ(run.status, 0) << run.out << run.err;
+    EXPECT_FALSE(fs::exists(home / ".npm/_cacache")) << run.out;
+    EXPECT_FALSE(fs::exists(home / ".cache/huggingface/hub")) << run.out;
+    EXPECT_TRUE(fs::exists(home / ".cache/JetBrains/IdeaIC2024.3/index")) << "tier C never moves";
+    EXPECT_FALSE(fs::is_empty(home / ".local/share/Trash/files")) << run.out;
+    EXPECT_NE(run.out.find("  undo record: " + (home / ".kelvor/undo/")), std::string::npos) << run.out;
+
+    auto undo = testing::runKelvorBinary({"--undo"}, ENGLISH);
+    EXPECT_EQ(undo.status, 0) << undo.out;
+    EXPECT_EQ(treeState(home / ".npm"), before) << undo.out;
+    EXPECT_EQ(treeState(home / ".cache/huggingface"), hfBefore) << undo.out;
+    auto again = testing::runKelvorBinary({"--mode", "clean", "--undo", "last"}, ENGLISH);
+    EXPECT_EQ(again.status, 0);
+    EXPECT_TRUE(again.out.starts_with("Already undone:")) << again.out;
 }
 
 TEST(RunClean, UndoWithoutARecordSaysSoAndEndsNonZeroEitherWayItIsAsked) {
