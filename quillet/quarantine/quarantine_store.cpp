@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <random>
 #include <set>
@@ -41,6 +40,13 @@ std::string uuidPrefix() {
     return prefix;
 }
 
+// The held items are other people's files: only their owner may list the folder.
+void makeQuarantineDir() {
+    std::error_code ignored;
+    fs::create_directories(dataDir(), ignored);
+    ::mkdir(QUARANTINE_DIR().c_str(), 0700);
+}
+
 bool isRealFolder(const std::string& path) {
     struct stat info {};
     return ::lstat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
@@ -49,8 +55,7 @@ bool isRealFolder(const std::string& path) {
 // The holding folder on the file system of `path`: the data folder's own, or one at the top of
 // the item's mount, so that nothing is ever copied across file systems.
 Result<std::string> holdingFolderFor(const std::string& path) {
-    std::error_code ignored;
-    fs::create_directories(QUARANTINE_DIR(), ignored);
+    makeQuarantineDir();
     struct stat item {}, home {};
     if (::lstat(path.c_str(), &item) != 0) return errnoError("lstat " + path);
     if (::stat(QUARANTINE_DIR().c_str(), &home) != 0) return errnoError("stat " + QUARANTINE_DIR());
@@ -103,9 +108,8 @@ std::string LEDGER_ARCHIVE_PATH() { return QUARANTINE_DIR() + "/ledger-archive.j
 int QUARANTINE_DAYS() { return quarantineDaysFrom(userDefaultInteger("kelvor.quarantineDays")); }
 
 Result<FileLock> lockLedger(LockWait wait) {
-    std::error_code ignored;
-    fs::create_directories(QUARANTINE_DIR(), ignored);
-    return FileLock::acquire(QUARANTINE_DIR() + "/.ledger.lock", wait);
+    makeQuarantineDir();
+    return FileLock::acquire(QUARANTINE_DIR() + "/.ledger.lock", wait, 0600);
 }
 
 LedgerContents readLedger() { return ledgerLines(storedText(LEDGER_PATH())); }
@@ -114,8 +118,7 @@ Result<void> writeLedger(const LedgerContents& ledger) {
     std::string text;
     for (const QuarantineEntry& entry : ledger.entries) text += ledgerLine(entry) + "\n";
     for (const std::string& line : ledger.damaged) text += line + "\n";
-    std::error_code ignored;
-    fs::create_directories(QUARANTINE_DIR(), ignored);
+    makeQuarantineDir();
     return writeFileAtomically(LEDGER_PATH(), text);
 }
 

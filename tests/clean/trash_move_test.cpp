@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <regex>
@@ -135,6 +136,25 @@ TEST(TrashMove, RefusalsLeaveTheItemInPlace) {
     EXPECT_FALSE(fs::exists(home / ".local/share/Trash/files/keep.txt"));
 }
 
+// The Trash refuses every move, as a full or read-only disk would.
+struct TrashRefuses : FileOpsWrapper {
+    using FileOpsWrapper::FileOpsWrapper;
+    Result<std::string> moveToTrash(const std::string& path) override { return Error{ENOSPC, "move " + path}; }
+};
+
+TEST(TrashMove, AMoveTheFileOperationsRefuseIsARefusalWithTheirReasonAndNoMark) {
+    TempHome home;
+    writeFile(home / "big.bin", "b");
+    TrashRefuses operations(FileOps::real());
+    TrashOutcome outcome = trashItem(home / "big.bin", 1, identity(home / "big.bin"), UndoRecord::written,
+                                     WallClock::now(), operations);
+    ASSERT_FALSE(outcome.moved());
+    EXPECT_NE(outcome.refusal->message.find("No space left on device"), std::string::npos) << outcome.refusal->message;
+    EXPECT_EQ(readFile(home / "big.bin"), "b");
+    EXPECT_FALSE(movedMark(home / "big.bin"));
+    EXPECT_FALSE(fs::exists(movedMarksFile()));
+}
+
 TEST(TrashMove, VerifyDiscardRefusesEverythingItCannotProve) {
     TempHome home;
     writeFile(home / "mine.bin", "m");
@@ -193,6 +213,9 @@ TEST(TrashMove, AnItemOnAnotherMountGoesToThatMountsTrash) {
     EXPECT_FALSE(fs::exists(home / ".local/share/Trash/files/big model.bin")) << "never copied home";
     EXPECT_EQ(trashRecordOrigin(outcome.destination), home / "disk/projects/big model.bin");
     EXPECT_FALSE(verifyDiscard(outcome.destination, home / "disk/projects/big model.bin").refusal);
+    std::vector<std::string> folders = trashFolders();
+    EXPECT_NE(std::find(folders.begin(), folders.end(), home / ("disk/.Trash-" + uid)), folders.end())
+        << "the mount's Trash is found from the mount table";
 
     // A shared ".Trash" with the sticky bit takes precedence; without it, it is ignored.
     fs::create_directory(home / "disk/.Trash");

@@ -41,6 +41,8 @@ TEST(QuarantineStore, HoldsEachItemUnderAFreshNameWithItsRow) {
     EXPECT_EQ(readFile(*first + "/wheel"), "one");
     EXPECT_EQ(readFile(*second + "/wheel"), "two");
     EXPECT_FALSE(fs::exists(home / "a/cache"));
+    EXPECT_EQ(fs::status(QUARANTINE_DIR()).permissions() & fs::perms::all, fs::perms::owner_all)
+        << "nobody else may list what is held";
 
     std::vector<QuarantineEntry> active = quarantineActive();
     ASSERT_EQ(active.size(), 2u);

@@ -7,12 +7,11 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <fstream>
-#include <sstream>
 
 #include "quillet/clean/trash_info.hpp"
 #include "quillet/platform/fsops.hpp"
 #include "quillet/platform/home.hpp"
+#include "quillet/platform/mount_table.hpp"
 #include "quillet/platform/path_parts.hpp"
 #include "quillet/records/file_bytes.hpp"
 
@@ -151,23 +150,8 @@ std::vector<std::string> trashFolders() {
     std::string home = homeTrashFolder();
     struct stat info {};
     if (::lstat(home.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) folders.push_back(home);
-    std::ifstream mounts("/proc/self/mounts");
-    std::string line;
-    while (std::getline(mounts, line)) {
-        std::istringstream fields(line);
-        std::string device, point;
-        if (!(fields >> device >> point)) continue;
-        // /proc/self/mounts escapes blanks and the like as "\ooo".
-        std::string decoded;
-        for (size_t i = 0; i < point.size(); ++i) {
-            if (point[i] == '\\' && i + 3 < point.size()) {
-                decoded += static_cast<char>(std::stoi(point.substr(i + 1, 3), nullptr, 8));
-                i += 3;
-            } else {
-                decoded += point[i];
-            }
-        }
-        std::string folder = topTrashFolder(decoded, false);
+    for (const std::string& point : mountPoints()) {
+        std::string folder = topTrashFolder(point, false);
         if (!folder.empty() && folder != home &&
             std::find(folders.begin(), folders.end(), folder) == folders.end())
             folders.push_back(folder);
