@@ -25,6 +25,25 @@ std::string blockReason(const CleanTarget& target) {
 
 }  // namespace
 
+int CleanOutcome::busyBlocked() const {
+    int count = 0;
+    for (const ItemOutcome& item : items) count += item.fate == ItemFate::blocked && item.quitFrees ? 1 : 0;
+    return count;
+}
+
+std::set<std::string> CleanOutcome::quitFreeOwners() const {
+    std::set<std::string> owners;
+    for (const ItemOutcome& item : items)
+        if (item.fate == ItemFate::blocked && item.quitFrees) owners.insert(item.owner);
+    return owners;
+}
+
+bool CleanOutcome::simulatorHeld() const {
+    for (const ItemOutcome& item : items)
+        if (item.fate == ItemFate::blocked && item.simulator) return true;
+    return false;
+}
+
 std::uint64_t CleanOutcome::bytesWith(ItemFate fate) const {
     std::uint64_t total = 0;
     for (const ItemOutcome& item : items)
@@ -53,6 +72,10 @@ CleanOutcome applyCleanPlan(const std::vector<CleanTarget>& targets, const Apply
                          target.stat.bytes, ItemFate::blocked, "", ""};
         if (target.blocked() && (!options.force || target.hardBlocked())) {
             item.reason = blockReason(target);
+            for (const GuardViolation& violation : target.violations) {
+                item.quitFrees = item.quitFrees || violation.quitFrees;
+                item.simulator = item.simulator || violation.simulator;
+            }
             outcome.items.push_back(std::move(item));
             moves.push_back(false);
             continue;
@@ -144,7 +167,7 @@ CleanOutcome applyCleanPlan(const std::vector<CleanTarget>& targets, const Apply
         manifestRow.pending = false;
         // Every move is recorded before the next begins: a run killed at any point leaves a record
         // whose settled rows are exactly the items that moved.
-        (void)checkpointManifest(rows, record, true, clock);
+        (void)checkpointManifest(rows, record, Checkpoint::forced, clock);
     }
 
     if (!writeManifest(rows, record, false, clock)) outcome.finalWriteFailed = true;

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -33,6 +34,8 @@ struct ItemOutcome {
     ItemFate fate = ItemFate::blocked;
     std::string destination;  // where it went, for a moved item
     std::string reason;       // why it stayed, for the log and the person
+    bool quitFrees = false;   // blocked by the owner's running app: quitting it frees the item
+    bool simulator = false;   // blocked by a booted simulator
 };
 
 struct CleanOutcome {
@@ -43,6 +46,11 @@ struct CleanOutcome {
     bool runningBinaries = false;   // some moved path held a running executable
     std::optional<std::string> manifestPath;
     std::vector<ItemOutcome> items;  // one per target, in plan order
+
+    // Blocked items whose owner's app holds them, those owners, and whether a simulator holds one.
+    int busyBlocked() const;
+    std::set<std::string> quitFreeOwners() const;
+    bool simulatorHeld() const;
 
     std::uint64_t bytesWith(ItemFate fate) const;
     int countWith(ItemFate fate) const;

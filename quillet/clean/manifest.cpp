@@ -192,12 +192,12 @@ Result<std::string> writeManifest(const std::vector<ManifestItem>& items, const 
         });
 }
 
-Result<void> checkpointManifest(const std::vector<ManifestItem>& items, const std::string& at, bool force,
+Result<void> checkpointManifest(const std::vector<ManifestItem>& items, const std::string& at, Checkpoint when,
                                 Clock& clock) {
     {
         std::lock_guard lock(checkpointMutex);
         double now = clock.monotonicSeconds();
-        if (!force && lastCheckpoint && now - *lastCheckpoint < CHECKPOINT_INTERVAL_SECONDS) return {};
+        if (when == Checkpoint::throttled && lastCheckpoint && now - *lastCheckpoint < CHECKPOINT_INTERVAL_SECONDS) return {};
         lastCheckpoint = now;
     }
     Result<std::string> written = writeManifest(items, at, std::nullopt, clock);

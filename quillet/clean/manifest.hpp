@@ -70,9 +70,12 @@ std::string retiredManifestPath(const std::string& path);
 Result<std::string> writeManifest(const std::vector<ManifestItem>& items, const std::optional<std::string>& at,
                                   std::optional<bool> open, Clock& clock = Clock::real());
 
+// Whether a checkpoint may be skipped because the last one was very recent.
+enum class Checkpoint { throttled, forced };
+
 // Rewrites the record with the rows' current states, at most every CHECKPOINT_INTERVAL_SECONDS
-// unless `force`. A failed write is logged and returned; the run goes on.
-Result<void> checkpointManifest(const std::vector<ManifestItem>& items, const std::string& at, bool force,
+// unless forced. A failed write is logged and returned; the run goes on.
+Result<void> checkpointManifest(const std::vector<ManifestItem>& items, const std::string& at, Checkpoint when,
                                 Clock& clock = Clock::real());
 
 // Deletes retired records older than CONSUMED_RECORD_MAX_AGE_SECONDS; returns how many went.

@@ -69,6 +69,9 @@ TEST(Executor, VerifiedStoresGoToTheTrashUnverifiedToTheQuarantineAndBlockedOnes
     EXPECT_EQ(outcome.items[2].fate, ItemFate::quarantined);
     EXPECT_EQ(outcome.items[3].fate, ItemFate::blocked);
     EXPECT_EQ(outcome.items[3].reason, "Ollama is running");
+    EXPECT_EQ(outcome.busyBlocked(), 1);
+    EXPECT_EQ(outcome.quitFreeOwners(), std::set<std::string>{"Ollama"});
+    EXPECT_FALSE(outcome.simulatorHeld());
     EXPECT_FALSE(fs::exists(home / "a"));
     EXPECT_TRUE(fs::exists(home / "test-quarantine/unverified/top"));
     EXPECT_TRUE(fs::exists(home / "held/top"));

@@ -88,16 +88,16 @@ TEST(Manifest, CheckpointsCloserThanAQuarterSecondWriteOnceUnlessForced) {
     Result<std::string> path = writeManifest(rows, std::nullopt, true, clock);
     ASSERT_TRUE(path);
     clock.advance(std::chrono::seconds(1));
-    ASSERT_TRUE(checkpointManifest(rows, *path, false, clock));
+    ASSERT_TRUE(checkpointManifest(rows, *path, Checkpoint::throttled, clock));
     rows[0].pending = false;
     clock.advance(std::chrono::milliseconds(100));
-    ASSERT_TRUE(checkpointManifest(rows, *path, false, clock));
+    ASSERT_TRUE(checkpointManifest(rows, *path, Checkpoint::throttled, clock));
     EXPECT_EQ(readRecord(*path)["items"][0]["pending"], true) << "within 0.25 s of the last: skipped";
-    ASSERT_TRUE(checkpointManifest(rows, *path, true, clock));
+    ASSERT_TRUE(checkpointManifest(rows, *path, Checkpoint::forced, clock));
     EXPECT_EQ(readRecord(*path)["items"][0]["pending"], false) << "forced";
     rows[0].trashedTo = "/elsewhere";
     clock.advance(std::chrono::milliseconds(300));
-    ASSERT_TRUE(checkpointManifest(rows, *path, false, clock));
+    ASSERT_TRUE(checkpointManifest(rows, *path, Checkpoint::throttled, clock));
     EXPECT_EQ(readRecord(*path)["items"][0]["trashedTo"], "/elsewhere");
 }
 
