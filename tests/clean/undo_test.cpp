@@ -6,6 +6,7 @@
 
 #include "quillet/clean/executor.hpp"
 #include "quillet/clean/manifest.hpp"
+#include "quillet/quarantine/quarantine_store.hpp"
 #include "quillet/records/json_record.hpp"
 #include "tests/clean/clean_fixture.hpp"
 #include "tests/support/temp_home.hpp"
@@ -21,6 +22,15 @@ using testing::targetAt;
 using testing::TempHome;
 using testing::TreeState;
 using testing::writeFile;
+
+// Where the record says its rows went.
+std::vector<std::string> rowsQuarantinedAt(const std::string& record) {
+    std::vector<std::string> places;
+    Result<JsonRecord> read = readJsonRecord(record);
+    if (!read || !read->readable()) return places;
+    for (const auto& row : (*read->value)["items"]) places.push_back(row.value("trashedTo", ""));
+    return places;
+}
 
 bool saysLine(const UndoOutcome& outcome, const std::string& start, const std::string& path = "") {
     for (const std::string& line : outcome.lines)
@@ -97,6 +107,35 @@ TEST(Undo, NeverOverwritesWhatWasPutBackByHandAndKeepsTheRecord) {
     EXPECT_EQ(retry.restored, 1);
     EXPECT_TRUE(saysLine(retry, "  ✓ already restored earlier — skipping:", home / "caches/two")) << allLines(retry);
     EXPECT_TRUE(retry.retired);
+}
+
+TEST(Undo, AQuarantinedItemComesBackThroughTheQuarantineBesideWhatNowStandsThere) {
+    TempHome home;
+    makeStore(home / "caches/review", "r");
+    makeStore(home / "caches/taken", "t");
+    TreeState before = snapshotTree(home / "caches/review");
+    FolderTrash trash(home / "test-trash");
+    std::vector<CleanTarget> targets = {targetAt(home / "caches/review", "Codex", Tier::review),
+                                        targetAt(home / "caches/taken", "Codex", Tier::review)};
+    ApplyContext context{.files = &trash};
+    context.quarantine = [](const CleanTarget& target) {
+        return quarantineItem(target.rule.owner, target.rule.component, target.path, target.stat.bytes, *target.identity);
+    };
+    CleanOutcome outcome = applyCleanPlan(targets, {}, context);
+    ASSERT_EQ(outcome.countWith(ItemFate::quarantined), 2);
+    ASSERT_TRUE(fs::exists(home / ".kelvor/quarantine"));
+    writeFile(home / "caches/taken/new", "made since");
+
+    UndoOutcome undone = runUndo(*outcome.manifestPath, trash);
+    EXPECT_EQ(undone.restored, 2) << allLines(undone);
+    EXPECT_EQ(snapshotTree(home / "caches/review"), before);
+    ASSERT_EQ(undone.beside.size(), 1u) << allLines(undone);
+    EXPECT_TRUE(fs::exists(undone.beside[0] + "/top"));
+    EXPECT_EQ(testing::readFile(home / "caches/taken/new"), "made since") << "the occupant is left as it is";
+    ASSERT_TRUE(undone.retired);
+    std::vector<std::string> held = rowsQuarantinedAt(undone.manifest.value_or(""));
+    ASSERT_EQ(held.size(), 2u);
+    EXPECT_TRUE(quarantineWasRestored(held[0])) << "the quarantine's own ledger knows it came back";
 }
 
 TEST(Undo, RefusesAParentThatBecameALinkOrAnotherFolder) {
