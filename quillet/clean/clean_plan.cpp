@@ -1,7 +1,5 @@
 #include "quillet/clean/clean_plan.hpp"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
 
@@ -29,28 +27,44 @@ std::string targetLabel(const CleanTarget& target) {
     return std::string(tierMarker(target.rule.tier)) + " " + target.rule.owner + " · " + componentLabel(target.rule);
 }
 
-// One line on standard error, rewritten in place, only when a person is watching.
-class ProgressLine {
-public:
-    ProgressLine() : shown_(::isatty(2) == 1) {}
-    void update(const MeasureProgress& progress) {
-        if (!shown_) return;
-        std::string line = trf(S::cleanMeasuring, {std::to_string(progress.storesDone),
-                                                   std::to_string(progress.storesTotal), fmtBytes(progress.bytesSoFar)});
-        std::fprintf(stderr, "\r\033[K%s", line.c_str());
-        std::fflush(stderr);
-    }
-    void clear() {
-        if (!shown_) return;
-        std::fprintf(stderr, "\r\033[K");
-        std::fflush(stderr);
-    }
-
-private:
-    bool shown_;
-};
-
 }  // namespace
+
+bool CleanTarget::hardBlocked() const {
+    if (!excludedInside.empty()) return true;
+    return std::any_of(violations.begin(), violations.end(), [](const GuardViolation& v) { return v.hard; });
+}
+
+bool quarantineRecommended(const Rule& rule) {
+    return !rule.verified || rule.tier == Tier::review || rule.tier == Tier::protected_;
+}
+
+void guardTargets(std::vector<CleanTarget>& targets, ProcessTable& table, FileOps& files) {
+    for (CleanTarget& target : targets) {
+        Result<PathIdentity> identity = files.identity(target.path);
+        if (identity) target.identity = *identity;
+    }
+    std::optional<std::vector<Proc>> procs = runningProcessesChecked(table);
+    if (!procs) {
+        for (CleanTarget& target : targets) target.violations.push_back({.reason = cannotSeeProcessesNote(), .hard = true});
+        return;
+    }
+    // Gathered once for the whole run: reading every process's descriptors is the slow part.
+    OpenFileIndex openFiles(openHomeFiles(*procs, table));
+    for (CleanTarget& target : targets) {
+        target.violations = checkGuards(target.rule.owner, target.path, *procs, &openFiles,
+                                        target.rule.liveSafe ? LiveSafe::yes : LiveSafe::no, RecentWriteCheck::run);
+        for (const Proc& proc : *procs)
+            if (!proc.path.empty() && pathInside(proc.path, target.path)) target.holdsRunningBinary = true;
+    }
+}
+
+CleanPlan buildCleanPlan(int threads, const PlanOptions& options, const HitCallbacks& callbacks, ProcessTable& table) {
+    CleanPlan plan;
+    plan.hits = collectHits(threads, callbacks);
+    plan.targets = planFromHits(plan.hits, options);
+    guardTargets(plan.targets, table);
+    return plan;
+}
 
 std::vector<std::string> swallowedByMove(const std::string& chosen, const std::vector<std::string>& catalogPaths,
                                          const std::vector<std::string>& runPaths) {
@@ -69,7 +83,13 @@ std::vector<CleanTarget> planFromHits(const std::vector<Hit>& hits, const PlanOp
         if (!options.tiers.contains(hit.rule.tier)) continue;
         if (!hit.rule.verified && !options.includeUnverified) continue;
         if (owner && lowerCased(hit.rule.owner) != *owner) continue;
-        targets.push_back({hit.rule, hit.path, hit.stat, hit.linkedFrom, hit.excludedInside, {}});
+        CleanTarget target;
+        target.rule = hit.rule;
+        target.path = hit.path;
+        target.stat = hit.stat;
+        target.linkedFrom = hit.linkedFrom;
+        target.excludedInside = hit.excludedInside;
+        targets.push_back(std::move(target));
     }
     std::vector<std::string> catalogPaths, runPaths;
     for (const Hit& hit : hits) catalogPaths.push_back(hit.path);
@@ -110,37 +130,10 @@ std::string renderCleanPlan(const std::vector<CleanTarget>& targets, const PlanO
         out += line(target);
         for (const std::string& excluded : target.excludedInside)
             out += "     ⛔ " + trf(S::cleanExcludedInside, {escapeControls(excluded)}) + "\n";
+        for (const GuardViolation& violation : target.violations)
+            out += "     ⛔ " + violation.reason + (violation.hard ? " " + trf(S::cleanHardViolation) : "") + "\n";
     }
     return out;
-}
-
-int runClean(const Settings& settings) {
-    if (settings.undoTarget) {
-        std::printf("%s\n", trf(S::cleanUndoUnavailable).c_str());
-        return 2;
-    }
-    if (settings.cleanApply && !settings.cleanYes) std::printf("%s\n", trf(S::cleanApplyWithoutYes).c_str());
-    if (settings.cleanApply && settings.cleanYes) {
-        std::printf("%s\n", trf(S::cleanApplyUnavailable).c_str());
-        return 2;
-    }
-    // The list hides every store while it cannot be read: say so, or "Nothing to clean." misleads,
-    // and end non-zero so a script does not take the empty plan for a clean home.
-    Exclusions& exclusions = Exclusions::shared();
-    const bool listUnreadable = exclusions.unreadable();
-    if (listUnreadable)
-        std::fprintf(stderr, "%s\n", trf(S::excludeUnreadable, {escapeControls(exclusions.file())}).c_str());
-    PlanOptions options{settings.cleanTiers, settings.cleanUnverified, settings.cleanOwner};
-    ProgressLine progress;
-    HitCallbacks callbacks;
-    callbacks.onMeasured = [&](const MeasureProgress& step) { progress.update(step); };
-    std::vector<Hit> hits = collectHits(settings.threads, callbacks);
-    progress.clear();
-    std::vector<CleanTarget> targets = planFromHits(hits, options);
-    std::fputs(renderCleanPlan(targets, options).c_str(), stdout);
-    std::fputs(renderLeftAlone(hits).c_str(), stdout);
-    if (!targets.empty()) std::printf("%s\n", trf(S::cleanDryRun).c_str());
-    return listUnreadable ? 1 : 0;
 }
 
 }  // namespace kelvor

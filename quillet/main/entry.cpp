@@ -7,6 +7,8 @@
 #include <cstdio>
 
 #include "quillet/i18n/text.hpp"
+#include "quillet/clean/ballast.hpp"
+#include "quillet/clean/manifest.hpp"
 #include "quillet/log/log.hpp"
 #include "quillet/main/help.hpp"
 #include "quillet/main/modes.hpp"
@@ -26,12 +28,14 @@ std::string joinedStyles() {
     return out;
 }
 
-// Start-up housekeeping before a mode: the quarantine's release sweep, then the language; the
-// record pruning joins as its parts land.
+// Start-up housekeeping before a mode: the quarantine's release sweep, the language, retired undo
+// records past their age, and the space reserve that lets an undo record be written on a full disk.
 void runHousekeeping(const Settings& settings) {
     SweepOutcome sweep = processQuarantine();
     initAppLang(settings.langOverride);
     if (sweep.unrecorded) std::printf("%s\n", trf(S::quarantineSweepUnrecorded).c_str());
+    pruneConsumedManifests(std::chrono::system_clock::now());
+    Ballast().ensure();
 }
 
 // Why --root cannot be walked, or none when it names a folder.

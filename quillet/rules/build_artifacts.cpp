@@ -115,37 +115,15 @@ std::vector<ArtifactFind> findBuildArtifacts(const std::string& root, const std:
     return found;
 }
 
-bool treeWrittenSince(const std::string& path, std::int64_t since) {
-    Result<BulkEntry> self = entryAt(path);
-    if (!self) return false;
-    if (self->mtime >= since) return true;
-    if (self->objType != VDIR) return false;
-    auto buffer = std::make_unique<std::byte[]>(BUFFER_SIZE);
-    std::vector<std::string> stack{path};
-    bool recent = false;
-    while (!stack.empty() && !recent) {
-        std::string folder = std::move(stack.back());
-        stack.pop_back();
-        std::uint64_t denied = 0, errors = 0;
-        readDirBulk(folder, buffer.get(), BUFFER_SIZE, denied, errors, [&](const BulkEntry& entry) {
-            if (recent) return;
-            if (entry.mtime >= since) recent = true;
-            else if (entry.objType == VDIR) stack.push_back(childPath(folder, entry.name));
-        });
-    }
-    return recent;
-}
-
 std::vector<Rule> dynamicBuildArtifactRules(const std::vector<std::string>& excluding, const std::string& root,
-                                            const std::string& home, std::int64_t now) {
+                                            const std::string& home) {
     std::vector<Rule> rules;
-    std::int64_t since = now - ARTIFACT_QUIET_WINDOW.count();
     for (const ArtifactFind& find : findBuildArtifacts(root, home)) {
         // A claimed path at or above the root would claim everything: only stores inside it count.
         bool claimed = std::any_of(excluding.begin(), excluding.end(), [&](const std::string& path) {
             return !isAtOrBelow(root, path) && isAtOrBelow(find.path, path);
         });
-        if (claimed || treeWrittenSince(find.path, since)) continue;
+        if (claimed) continue;
         const ArtifactKind& kind = *find.kind;
         rules.push_back({.owner = std::string(BUILD_ARTIFACTS_OWNER),
                          .component = std::string(kind.component),
@@ -163,7 +141,7 @@ std::vector<Rule> dynamicBuildArtifactRules(const std::vector<std::string>& excl
     std::string home = homeDir();
     auto started = std::chrono::steady_clock::now();
     std::vector<Rule> rules =
-        dynamicBuildArtifactRules(excluding, home, home, static_cast<std::int64_t>(std::time(nullptr)));
+        dynamicBuildArtifactRules(excluding, home, home);
     auto took = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - started);
     // The walk's cost, for the benchmark that holds it against one scan of the same home.
     KelvorLog::write("scan", "build folders: " + std::to_string(rules.size()) + " under " + home + " in " +

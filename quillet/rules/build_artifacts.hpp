@@ -15,11 +15,6 @@ namespace kelvor {
 // The owner every build-folder rule carries: the person's own files.
 inline constexpr std::string_view BUILD_ARTIFACTS_OWNER = "Build artifacts";
 
-// A folder with anything written inside it this recently is never offered: work may be in
-// progress. The longest window the recent-write check can be set to, so that no setting of it
-// would have blocked a folder this walk offers.
-inline constexpr std::chrono::seconds ARTIFACT_QUIET_WINDOW{7200};
-
 // Where the proving file sits: next to the folder, or inside it.
 enum class MarkerPlace { beside, inside };
 
@@ -51,15 +46,12 @@ struct ArtifactFind {
 inline constexpr int MAX_ARTIFACT_DEPTH = 48;
 std::vector<ArtifactFind> findBuildArtifacts(const std::string& root, const std::string& home);
 
-// Whether anything in the tree at `path`, the folder itself included, was modified at or after
-// `since` (seconds since the epoch). Stops at the first such entry; never follows a link.
-bool treeWrittenSince(const std::string& path, std::int64_t since);
-
 // Rules for the build folders under the home folder: each found folder not at or below one of
-// `excluding` and not written within ARTIFACT_QUIET_WINDOW becomes a verified rule of its kind
-// (virtual environments stay tier C), its absolute path as the rule's `sub`.
+// `excluding` becomes a verified rule of its kind
+// (virtual environments stay tier C), its absolute path as the rule's `sub`. A folder written a
+// moment ago is still listed: the clean's recent-write guard blocks it, and says so.
 std::vector<Rule> dynamicBuildArtifactRules(const std::vector<std::string>& excluding);
 std::vector<Rule> dynamicBuildArtifactRules(const std::vector<std::string>& excluding, const std::string& root,
-                                            const std::string& home, std::int64_t now);
+                                            const std::string& home);
 
 }  // namespace kelvor

@@ -100,19 +100,7 @@ TEST(BuildArtifacts, AnotherFileSystemMountedInsideIsNotWalked) {
     EXPECT_EQ(found, std::set<std::string>{home / "code/local/target"});
 }
 
-TEST(BuildArtifacts, RecentWritesAnywhereInTheTreeAreSeen) {
-    TempHome home;
-    writeFile(home / "tree/a/b/c/old", "x");
-    writeFile(home / "tree/a/new", "x");
-    std::int64_t now = std::time(nullptr);
-    ageTree(home / "tree", 3 * HOUR);
-    EXPECT_FALSE(treeWrittenSince(home / "tree", now - 2 * HOUR));
-    fs::last_write_time(home / "tree/a/b/c/old", fs::file_time_type::clock::now() - std::chrono::seconds(60));
-    EXPECT_TRUE(treeWrittenSince(home / "tree", now - 2 * HOUR)) << "a file written a minute ago, four levels down";
-    EXPECT_FALSE(treeWrittenSince(home / "missing", now - 2 * HOUR));
-}
-
-TEST(BuildArtifacts, RulesLeaveOutRecentClaimedAndKeepTiersOfTheirKind) {
+TEST(BuildArtifacts, RulesLeaveOutClaimedFoldersKeepRecentOnesAndTiersOfTheirKind) {
     TempHome home;
     writeFile(home / "old/package.json", "{}");
     writeFile(home / "old/node_modules/a/index.js", "x");
@@ -121,16 +109,16 @@ TEST(BuildArtifacts, RulesLeaveOutRecentClaimedAndKeepTiersOfTheirKind) {
     writeFile(home / "claimed/Cargo.toml", "x");
     writeFile(home / "claimed/target/x", "x");
     writeFile(home / "py/.venv/pyvenv.cfg", "x");
-    std::int64_t now = std::time(nullptr);
     for (const char* tree : {"old", "fresh", "claimed", "py"}) ageTree(home / tree, 3 * HOUR);
     fs::last_write_time(home / "fresh/target/debug/app", fs::file_time_type::clock::now());
 
-    std::vector<Rule> rules = dynamicBuildArtifactRules({home / "claimed", home.path()}, home.path(), home.path(), now);
-    ASSERT_EQ(rules.size(), 2u);
-    EXPECT_EQ(rules[0].sub, home / "old/node_modules");
-    EXPECT_EQ(rules[0].tier, Tier::redownload);
-    EXPECT_EQ(rules[1].sub, home / "py/.venv");
-    EXPECT_EQ(rules[1].tier, Tier::review) << "a virtual environment is shown, never offered by default";
+    std::vector<Rule> rules = dynamicBuildArtifactRules({home / "claimed", home.path()}, home.path(), home.path());
+    ASSERT_EQ(rules.size(), 3u);
+    EXPECT_EQ(rules[0].sub, home / "fresh/target") << "a folder written just now is listed; the clean's guard blocks it";
+    EXPECT_EQ(rules[1].sub, home / "old/node_modules");
+    EXPECT_EQ(rules[1].tier, Tier::redownload);
+    EXPECT_EQ(rules[2].sub, home / "py/.venv");
+    EXPECT_EQ(rules[2].tier, Tier::review) << "a virtual environment is shown, never offered by default";
     for (const Rule& rule : rules) {
         EXPECT_EQ(rule.owner, BUILD_ARTIFACTS_OWNER);
         EXPECT_TRUE(rule.verified) << "the marker is the evidence";

@@ -89,8 +89,13 @@ TEST(PlatformStores, ACleanListsALinuxHomesStoresAndProvenBuildFolders) {
     EXPECT_TRUE(planLine(run.out, home / "code/web/node_modules").starts_with("  [A] Build artifacts · ")) << run.out;
     EXPECT_TRUE(planLine(run.out, home / "code/rusty/target").starts_with("  [B] Build artifacts · ")) << run.out;
     for (const char* absent : {"code/loose/node_modules", "code/loose/target", ".config/app/node_modules",
-                               ".local/share/tool/target", "code/busy/node_modules"})
+                               ".local/share/tool/target"})
         EXPECT_EQ(run.out.find(home / absent), std::string::npos) << absent << " must not be offered\n" << run.out;
+    // A project folder written a minute ago is listed, blocked by the recent-write guard.
+    size_t busy = run.out.find(" " + home / "code/busy/node_modules" + "\n");
+    ASSERT_NE(busy, std::string::npos) << run.out;
+    EXPECT_GT(busy, run.out.find("   guard-blocked:\n")) << run.out;
+    EXPECT_EQ(run.out.find("     ⛔ files modified within", busy), run.out.find('\n', busy) + 1) << run.out;
     // Shown below the plan, never in it: the person's own call, and a store only podman may clear.
     size_t leftAlone = run.out.find("Not offered — yours to judge, or protected:\n");
     ASSERT_NE(leftAlone, std::string::npos) << run.out;

@@ -1,0 +1,243 @@
+#include "quillet/clean/undo.hpp"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "quillet/clean/executor.hpp"
+#include "quillet/clean/manifest.hpp"
+#include "quillet/quarantine/quarantine_store.hpp"
+#include "quillet/records/json_record.hpp"
+#include "tests/clean/clean_fixture.hpp"
+#include "tests/support/temp_home.hpp"
+
+namespace kelvor {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::FolderTrash;
+using testing::makeStore;
+using testing::snapshotTree;
+using testing::targetAt;
+using testing::TempHome;
+using testing::TreeState;
+using testing::writeFile;
+
+// Where the record says its rows went.
+std::vector<std::string> rowsQuarantinedAt(const std::string& record) {
+    std::vector<std::string> places;
+    Result<JsonRecord> read = readJsonRecord(record);
+    if (!read || !read->readable()) return places;
+    for (const auto& row : (*read->value)["items"]) places.push_back(row.value("trashedTo", ""));
+    return places;
+}
+
+bool saysLine(const UndoOutcome& outcome, const std::string& start, const std::string& path = "") {
+    for (const std::string& line : outcome.lines)
+        if (line.starts_with(start) && (path.empty() || line.ends_with(" " + path))) return true;
+    return false;
+}
+
+std::string allLines(const UndoOutcome& outcome) {
+    std::string text;
+    for (const std::string& line : outcome.lines) text += line + "\n";
+    return text;
+}
+
+// Cleans the given stores into the test's Trash and returns the record.
+std::string cleaned(const std::vector<std::string>& stores, FolderTrash& trash) {
+    std::vector<CleanTarget> targets;
+    for (const std::string& store : stores) targets.push_back(targetAt(store, "npm"));
+    ApplyContext context{.files = &trash};
+    CleanOutcome outcome = applyCleanPlan(targets, {}, context);
+    EXPECT_TRUE(outcome.manifestPath);
+    return outcome.manifestPath.value_or("");
+}
+
+TEST(Undo, PutsEveryMovedItemBackByteForByteAndASecondUndoSaysItIsDone) {
+    TempHome home;
+    makeStore(home / "caches/one", "1");
+    makeStore(home / "caches/two", "2");
+    TreeState before = snapshotTree(home / "caches");
+    FolderTrash trash(home / "test-trash");
+    std::string record = cleaned({home / "caches/one", home / "caches/two"}, trash);
+    ASSERT_FALSE(fs::exists(home / "caches/one"));
+
+    UndoOutcome first = runUndo("last", trash);
+    EXPECT_EQ(first.restored, 2) << allLines(first);
+    EXPECT_TRUE(first.complete());
+    EXPECT_TRUE(first.retired);
+    EXPECT_EQ(snapshotTree(home / "caches"), before) << "every byte, mode and time as it was";
+    EXPECT_FALSE(fs::exists(record));
+    EXPECT_TRUE(fs::exists(retiredManifestPath(record)));
+
+    UndoOutcome again = runUndo("last", trash);
+    EXPECT_TRUE(saysLine(again, "Already undone:")) << allLines(again);
+    EXPECT_TRUE(saysLine(again, "The most recent cleanup is already undone")) << allLines(again);
+    EXPECT_TRUE(again.complete());
+    UndoOutcome named = runUndo(record, trash);
+    EXPECT_TRUE(saysLine(named, "Already undone:", record)) << allLines(named);
+}
+
+TEST(Undo, NeverOverwritesWhatWasPutBackByHandAndKeepsTheRecord) {
+    TempHome home;
+    makeStore(home / "caches/one", "1");
+    makeStore(home / "caches/two", "2");
+    FolderTrash trash(home / "test-trash");
+    std::string record = cleaned({home / "caches/one", home / "caches/two"}, trash);
+    writeFile(home / "caches/one/new-data", "made since");
+
+    UndoOutcome outcome = runUndo(record, trash);
+    EXPECT_EQ(outcome.occupied, 1);
+    EXPECT_EQ(outcome.restored, 1);
+    EXPECT_TRUE(saysLine(outcome, "  ⚠ new data already at the original path — skipped:", home / "caches/one"))
+        << allLines(outcome);
+    EXPECT_FALSE(outcome.complete());
+    EXPECT_EQ(testing::readFile(home / "caches/one/new-data"), "made since");
+    EXPECT_FALSE(fs::exists(home / "caches/one/top")) << "nothing was merged into the occupant";
+    ASSERT_TRUE(fs::exists(record)) << "the record stays for a later try";
+    Result<JsonRecord> read = readJsonRecord(record);
+    ASSERT_TRUE(read && read->readable());
+    EXPECT_FALSE((*read->value)["items"][0].value("restored", false));
+    EXPECT_TRUE((*read->value)["items"][1].value("restored", false));
+
+    // Once the place is free again, only the row left over comes back.
+    fs::rename(home / "caches/one", home / "elsewhere");
+    UndoOutcome retry = runUndo(record, trash);
+    EXPECT_EQ(retry.restored, 1);
+    EXPECT_TRUE(saysLine(retry, "  ✓ already restored earlier — skipping:", home / "caches/two")) << allLines(retry);
+    EXPECT_TRUE(retry.retired);
+}
+
+TEST(Undo, AQuarantinedItemComesBackThroughTheQuarantineBesideWhatNowStandsThere) {
+    TempHome home;
+    makeStore(home / "caches/review", "r");
+    makeStore(home / "caches/taken", "t");
+    TreeState before = snapshotTree(home / "caches/review");
+    FolderTrash trash(home / "test-trash");
+    std::vector<CleanTarget> targets = {targetAt(home / "caches/review", "Codex", Tier::review),
+                                        targetAt(home / "caches/taken", "Codex", Tier::review)};
+    ApplyContext context{.files = &trash};
+    context.quarantine = [](const CleanTarget& target) {
+        return quarantineItem(target.rule.owner, target.rule.component, target.path, target.stat.bytes, *target.identity);
+    };
+    CleanOutcome outcome = applyCleanPlan(targets, {}, context);
+    ASSERT_EQ(outcome.countWith(ItemFate::quarantined), 2);
+    ASSERT_TRUE(fs::exists(home / ".kelvor/quarantine"));
+    writeFile(home / "caches/taken/new", "made since");
+
+    UndoOutcome undone = runUndo(*outcome.manifestPath, trash);
+    EXPECT_EQ(undone.restored, 2) << allLines(undone);
+    EXPECT_EQ(snapshotTree(home / "caches/review"), before);
+    ASSERT_EQ(undone.beside.size(), 1u) << allLines(undone);
+    EXPECT_TRUE(fs::exists(undone.beside[0] + "/top"));
+    EXPECT_EQ(testing::readFile(home / "caches/taken/new"), "made since") << "the occupant is left as it is";
+    ASSERT_TRUE(undone.retired);
+    std::vector<std::string> held = rowsQuarantinedAt(undone.manifest.value_or(""));
+    ASSERT_EQ(held.size(), 2u);
+    EXPECT_TRUE(quarantineWasRestored(held[0])) << "the quarantine's own ledger knows it came back";
+}
+
+TEST(Undo, RefusesAParentThatBecameALinkOrAnotherFolder) {
+    TempHome home;
+    makeStore(home / "linked/store", "l");
+    makeStore(home / "swapped/store", "s");
+    FolderTrash trash(home / "test-trash");
+    std::string record = cleaned({home / "linked/store", home / "swapped/store"}, trash);
+    fs::rename(home / "linked", home / "linked-was");
+    fs::create_directories(home / "target");
+    fs::create_directory_symlink(home / "target", home / "linked");
+    fs::rename(home / "swapped", home / "swapped-was");
+    fs::create_directories(home / "swapped");
+
+    UndoOutcome outcome = runUndo(record, trash);
+    EXPECT_EQ(outcome.restored, 0) << allLines(outcome);
+    EXPECT_TRUE(saysLine(outcome, "  ⚠ the folder it came out of is now a link", home / "linked/store"))
+        << allLines(outcome);
+    EXPECT_TRUE(saysLine(outcome, "  ⚠ the folder it came out of is not the one it was recorded from",
+                         home / "swapped/store"))
+        << allLines(outcome);
+    EXPECT_TRUE(fs::is_empty(home / "target")) << "nothing was written through the link";
+    EXPECT_TRUE(fs::is_empty(home / "swapped"));
+    EXPECT_EQ(std::distance(fs::directory_iterator(trash.folder()), fs::directory_iterator()), 2)
+        << "both items wait in the Trash";
+    EXPECT_FALSE(outcome.complete());
+}
+
+TEST(Undo, AnEmptiedTrashIsMissingAndTheCountsSayIt) {
+    TempHome home;
+    makeStore(home / "caches/one", "1");
+    FolderTrash trash(home / "test-trash");
+    std::string record = cleaned({home / "caches/one"}, trash);
+    fs::remove_all(trash.folder());
+    UndoOutcome outcome = runUndo(record, trash);
+    EXPECT_EQ(outcome.missing, 1);
+    EXPECT_TRUE(saysLine(outcome, "  ✗ not in Trash (may have been emptied):", home / "caches/one"));
+    EXPECT_TRUE(saysLine(outcome, "  restored 0, lost-from-Trash 1, skipped-occupied 0")) << allLines(outcome);
+}
+
+TEST(Undo, LastSkipsAnUnreadableNewestRecordAndSaysSo) {
+    TempHome home;
+    makeStore(home / "caches/one", "1");
+    FolderTrash trash(home / "test-trash");
+    std::string record = cleaned({home / "caches/one"}, trash);
+    std::string newest = home / ".kelvor/undo/2999-01-01T00-00-00Z-00000000.json";
+    writeFile(newest, "{ not json");
+    UndoOutcome outcome = runUndo("last", trash);
+    EXPECT_EQ(outcome.usedOlderRecord, record);
+    EXPECT_TRUE(saysLine(outcome, "The most recent record (" + newest + ") cannot be read — using the one before it."))
+        << allLines(outcome);
+    EXPECT_EQ(outcome.restored, 1);
+    EXPECT_EQ(testing::readFile(newest), "{ not json") << "an unreadable record is never rewritten";
+
+    fs::remove(retiredManifestPath(record));
+    UndoOutcome alone = runUndo("last", trash);
+    EXPECT_TRUE(saysLine(alone, "The most recent undo record cannot be read, and there is no earlier one."))
+        << allLines(alone);
+    EXPECT_FALSE(alone.complete());
+}
+
+TEST(Undo, WithoutARecordItSaysWhereItLooked) {
+    TempHome home;
+    UndoOutcome outcome = runUndo("last");
+    EXPECT_TRUE(saysLine(outcome, "No undo manifest (" + (home / ".kelvor/undo") + ")")) << allLines(outcome);
+    EXPECT_FALSE(outcome.complete());
+    UndoOutcome missing = runUndo(home / "nowhere.json");
+    EXPECT_TRUE(saysLine(missing, "Cannot read manifest:")) << allLines(missing);
+}
+
+TEST(Undo, RowsItCannotTakeBackAreReportedAndKeepTheRecordOpen) {
+    TempHome home;
+    makeStore(home / "caches/one", "1");
+    FolderTrash trash(home / "test-trash");
+    std::string record = cleaned({home / "caches/one"}, trash);
+    Result<JsonRecord> read = readJsonRecord(record);
+    ASSERT_TRUE(read && read->readable());
+    nlohmann::json value = *read->value;
+    nlohmann::json relocate = value["items"][0];
+    relocate["action"] = "relocate";
+    relocate["originalPath"] = home / "moved-away";
+    nlohmann::json tool = relocate;
+    tool["action"] = "docker-remove";
+    tool["undoCmd"] = nlohmann::json::array();
+    value["items"].push_back(relocate);
+    value["items"].push_back(tool);
+    value["items"].push_back(nlohmann::json{{"originalPath", 7}});
+    ASSERT_TRUE(writeJsonRecord(record, value));
+
+    UndoOutcome outcome = runUndo(record, trash);
+    EXPECT_EQ(outcome.restored, 1);
+    EXPECT_TRUE(saysLine(outcome, "  ✗ this build cannot take back a \"relocate\" row", home / "moved-away"))
+        << allLines(outcome);
+    EXPECT_TRUE(saysLine(outcome, "  ✗ no way back was recorded for:", home / "moved-away")) << allLines(outcome);
+    EXPECT_TRUE(saysLine(outcome, "  1 item(s) had no recorded way back")) << allLines(outcome);
+    EXPECT_TRUE(saysLine(outcome, "  ✗ this line of the record cannot be read — leaving the record open"));
+    EXPECT_TRUE(fs::exists(record));
+    EXPECT_FALSE(fs::exists(home / "moved-away")) << "nothing was guessed at";
+    Result<JsonRecord> after = readJsonRecord(record);
+    ASSERT_TRUE(after && after->readable());
+    EXPECT_EQ((*after->value)["items"][3], (nlohmann::json{{"originalPath", 7}})) << "an unreadable row is kept as it was";
+}
+
+}  // namespace
+}  // namespace kelvor
