@@ -12,6 +12,7 @@
 #include "quillet/platform/home.hpp"
 #include "quillet/platform/mount_table.hpp"
 #include "quillet/platform/path_inside.hpp"
+#include "quillet/platform/path_parts.hpp"
 #include "quillet/platform/printable.hpp"
 #include "quillet/platform/remove_tree.hpp"
 #include "quillet/platform/trash.hpp"
@@ -59,12 +60,6 @@ std::vector<std::string> passwordHomes() {
     return homes;
 }
 
-std::string parentOf(const std::string& path) {
-    size_t slash = path.rfind('/');
-    return slash == 0 ? "/" : path.substr(0, slash);
-}
-
-std::string nameOf(const std::string& path) { return path.substr(path.rfind('/') + 1); }
 
 // The item's ".trashinfo" goes once the item is gone; a missing one is no failure.
 void removePairedInfo(const std::string& itemsFolder, const std::string& name) {

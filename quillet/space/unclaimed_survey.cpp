@@ -13,6 +13,7 @@
 #include "quillet/scan/agg.hpp"
 #include "quillet/scan/walker.hpp"
 #include "quillet/platform/path_inside.hpp"
+#include "quillet/platform/path_parts.hpp"
 #include "quillet/space/exclusions.hpp"
 
 namespace kelvor {
@@ -25,12 +26,6 @@ const FolderSizes::Folder* FolderSizes::find(const std::string& path) const {
 }
 
 namespace {
-
-std::string parentOf(const std::string& path) {
-    size_t slash = path.find_last_of('/');
-    if (slash == std::string::npos || slash == 0) return "/";
-    return path.substr(0, slash);
-}
 
 // The folders strictly between `home` and each of `paths`: the walk must open them itself to give
 // the stores below them (and the skipped folders) sizes of their own.
