@@ -62,7 +62,7 @@ TEST(McpInstall, KeepsOtherServersInOrderAndSecondRunWritesNothing) {
     EXPECT_EQ(names, (std::vector<std::string>{"zeta", "alpha", "kelvor"}));
     EXPECT_EQ(document["mcpServers"]["alpha"]["args"][0], "-y");
     EXPECT_EQ(document["theme"], "dark");
-    EXPECT_EQ(document["mcpServers"]["kelvor"]["args"], nlohmann::json({"--mode", "mcp"}));
+    EXPECT_EQ(document["mcpServers"]["kelvor"]["args"], nlohmann::ordered_json({"--mode", "mcp"}));
     EXPECT_TRUE(fs::path(document["mcpServers"]["kelvor"]["command"].get<std::string>()).is_absolute());
     EXPECT_EQ(rewritten.substr(0, 6), "{\n    ") << "the four-space layout is kept";
 
