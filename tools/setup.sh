@@ -4,7 +4,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-packages=(g++ clang cmake ninja-build libgtest-dev nlohmann-json3-dev)
+# trash-cli: the tests check that its tools see and restore what Kelvor moves to the Trash.
+packages=(g++ clang cmake ninja-build libgtest-dev nlohmann-json3-dev trash-cli)
 # The official MCP client that the automation tests drive runs on Node.js.
 command -v node >/dev/null 2>&1 || packages+=(nodejs npm)
 missing=()

@@ -9,7 +9,6 @@
 #include "quillet/i18n/text.hpp"
 #include "quillet/platform/home.hpp"
 #include "quillet/platform/our_spawns.hpp"
-#include "quillet/platform/sysinfo.hpp"
 
 namespace kelvor {
 
@@ -43,7 +42,7 @@ std::optional<std::vector<Proc>> runningProcessesChecked(ProcessTable& table) {
 }
 
 std::string cannotSeeProcessesNote() {
-    return trf(systemName() == "macOS" ? S::guardCannotSeeProcessesMac : S::guardCannotSeeProcesses);
+    return trf(S::guardCannotSeeProcesses);
 }
 
 std::optional<std::string> hiddenProcessesNote() { return hiddenProcessesNote(ProcessTable::real()); }

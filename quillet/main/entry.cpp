@@ -14,6 +14,7 @@
 #include "quillet/platform/home.hpp"
 #include "quillet/platform/printable.hpp"
 #include "quillet/platform/sysinfo.hpp"
+#include "quillet/quarantine/quarantine_store.hpp"
 
 namespace kelvor {
 
@@ -25,8 +26,13 @@ std::string joinedStyles() {
     return out;
 }
 
-// Start-up housekeeping before a mode: the language; the record pruning joins as its parts land.
-void runHousekeeping(const Settings& settings) { initAppLang(settings.langOverride); }
+// Start-up housekeeping before a mode: the quarantine's release sweep, then the language; the
+// record pruning joins as its parts land.
+void runHousekeeping(const Settings& settings) {
+    SweepOutcome sweep = processQuarantine();
+    initAppLang(settings.langOverride);
+    if (sweep.unrecorded) std::printf("%s\n", trf(S::quarantineSweepUnrecorded).c_str());
+}
 
 // Why --root cannot be walked, or none when it names a folder.
 std::optional<std::string> rootRefusal(const std::string& root) {

@@ -4,13 +4,15 @@
 #include <string>
 #include <vector>
 
+#include "quillet/automation/mcp_install.hpp"
 #include "quillet/automation/run_mcp.hpp"
 #include "quillet/clean/clean_plan.hpp"
+#include "quillet/clean/trash_others_mode.hpp"
 #include "quillet/i18n/check.hpp"
 #include "quillet/i18n/text.hpp"
-#include "quillet/automation/mcp_install.hpp"
 #include "quillet/main/support_modes.hpp"
 #include "quillet/platform/printable.hpp"
+#include "quillet/quarantine/quarantine_mode.hpp"
 #include "quillet/scan/harness.hpp"
 #include "quillet/space/exclude_mode.hpp"
 #include "quillet/space/unclaimed_mode.hpp"
@@ -33,7 +35,7 @@ constexpr ModeEntry MODE_TABLE[] = {
     {"mcp", "the automation server on standard input and output", runMcp},
     {"mcp-install", "connect every AI assistant found on this machine", runMCPInstall},
     {"detect", "AI and developer tool detection report", runUnavailable},
-    {"quarantine", "the quarantine ledger report; with --undo, restore from quarantine", runUnavailable},
+    {"quarantine", "the quarantine ledger report; with --undo, restore from quarantine", runQuarantine},
     {"forget", "clear what Kelvor keeps about itself", runUnavailable},
     {"unclaimed", "space no rule accounts for", runUnclaimedMode},
     {"oneclick", "the rule audit (as ruleaudit)", runUnavailable},
@@ -44,7 +46,7 @@ constexpr ModeEntry MODE_TABLE[] = {
     {"gui", "the desktop application", runUnavailable},
     {"dupes", "duplicate model files, proven by digest", runUnavailable},
     {"similar", "similar photos and clips", runUnavailable},
-    {"trash-others", "what other programs left in the Trash", runUnavailable},
+    {"trash-others", "what other programs left in the Trash", runTrashOthers},
     {"restore", "the restore centre: recorded ways back", runUnavailable},
     {"docker", "Docker images, build cache and simulator runtimes", runUnavailable},
     {"mem", "memory report", runUnavailable},

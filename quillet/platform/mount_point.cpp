@@ -14,4 +14,18 @@ bool isMountPoint(const std::string& path) {
     return self.st_dev != parent.st_dev || self.st_ino == parent.st_ino;
 }
 
+std::string mountTopOf(const std::string& path) {
+    struct stat self {};
+    if (::lstat(path.c_str(), &self) != 0) return "/";
+    std::string current = path;
+    while (current != "/" && !current.empty()) {
+        size_t slash = current.rfind('/');
+        std::string parent = slash == 0 ? "/" : current.substr(0, slash);
+        struct stat above {};
+        if (::lstat(parent.c_str(), &above) != 0 || above.st_dev != self.st_dev) break;
+        current = parent;
+    }
+    return current.empty() ? "/" : current;
+}
+
 }  // namespace kelvor

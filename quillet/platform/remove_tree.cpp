@@ -201,4 +201,12 @@ Result<TreeRemoval> removeTreeForGood(const std::string& realParent, const std::
     return outcome;
 }
 
+Result<void> removeEntryForGood(const std::string& realParent, const std::string& name) {
+    Result<TreeRemoval> removed = removeTreeForGood(realParent, name);
+    if (!removed) return removed.error();
+    if (removed->gone) return {};
+    if (removed->firstFailure) return *removed->firstFailure;
+    return Error{ErrorKind::busy, "other file systems are mounted inside " + realParent + "/" + name};
+}
+
 }  // namespace kelvor

@@ -27,4 +27,8 @@ struct TreeRemoval {
 // error only when the walk could not start or the tree was moved while it was being removed.
 Result<TreeRemoval> removeTreeForGood(const std::string& realParent, const std::string& name);
 
+// removeTreeForGood for a caller that needs the entry gone: an Error (the first failure, or kind
+// busy when only entries on other file systems held it) unless the entry no longer exists.
+Result<void> removeEntryForGood(const std::string& realParent, const std::string& name);
+
 }  // namespace kelvor

@@ -101,12 +101,16 @@ TEST(FileOps, ExtendedAttributesRoundTrip) {
     EXPECT_FALSE(operations.getXattr(home / "absent", name).ok());
 }
 
-TEST(FileOps, TheTrashMoveSaysItIsNotAvailableAndMovesNothing) {
+TEST(FileOps, TheTrashMoveLeavesAnEntryAndItsPutBackRecordInTheHomeTrash) {
     TempHome home;
     writeFile(home / "item", "x");
     Result<std::string> moved = FileOps::real().moveToTrash(home / "item");
-    EXPECT_FALSE(moved.ok());
-    EXPECT_TRUE(fs::exists(home / "item"));
+    ASSERT_TRUE(moved.ok()) << moved.error().describe();
+    EXPECT_FALSE(fs::exists(home / "item"));
+    EXPECT_EQ(readFile(*moved), "x");
+    const fs::path trash = fs::path(*moved).parent_path().parent_path();
+    EXPECT_TRUE(fs::exists(trash / "info" / (fs::path(*moved).filename().string() + ".trashinfo")));
+    EXPECT_FALSE(FileOps::real().moveToTrash(home / "item").ok()) << "nothing is left to move";
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 
+#include "quillet/i18n/text.hpp"
 #include "tests/support/language_scope.hpp"
 #include "tests/support/run_kelvor.hpp"
 #include "tests/support/temp_home.hpp"
@@ -70,7 +71,7 @@ TEST(RenderUnreadable, ListsEveryRootAndSaysNothingWhenThereAreNone) {
     EXPECT_TRUE(hasLine(text, "  below them was surveyed, so this report says nothing about them:")) << text;
     EXPECT_TRUE(hasLine(text, "    /home/ana/locked")) << text;
     EXPECT_TRUE(hasLine(text, "    /home/ana/shut")) << text;
-    EXPECT_TRUE(hasLine(text, "  (Usually Full Disk Access. Grant it and run this again.)")) << text;
+    EXPECT_TRUE(hasLine(text, trf(S::unreadableRootsHint))) << "the desktop's own form of the hint: " << text;
 }
 
 TEST(UnclaimedMode, ListsATreeOverTheFloorAndTakesFiftyForZero) {

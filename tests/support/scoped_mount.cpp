@@ -8,6 +8,10 @@ ScopedMount ScopedMount::tmpfs(const std::string& target) {
     return {target, ::mount("kelvor-test", target.c_str(), "tmpfs", 0, "size=16m") == 0};
 }
 
+ScopedMount ScopedMount::ramfs(const std::string& target) {
+    return {target, ::mount("kelvor-test", target.c_str(), "ramfs", 0, nullptr) == 0};
+}
+
 ScopedMount ScopedMount::bind(const std::string& source, const std::string& target) {
     return {target, ::mount(source.c_str(), target.c_str(), nullptr, MS_BIND, nullptr) == 0};
 }

@@ -9,6 +9,8 @@ class ScopedMount {
 public:
     // A fresh tmpfs at `target` (an existing folder).
     static ScopedMount tmpfs(const std::string& target);
+    // A fresh ramfs at `target` (an existing folder): a file system without user extended attributes.
+    static ScopedMount ramfs(const std::string& target);
     // `source` (a folder) also visible at `target` (an existing folder).
     static ScopedMount bind(const std::string& source, const std::string& target);
     ~ScopedMount();

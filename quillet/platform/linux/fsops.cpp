@@ -6,6 +6,9 @@
 
 #include <cstdio>
 
+#include "quillet/clean/time_stamps.hpp"
+#include "quillet/platform/trash.hpp"
+
 namespace kelvor {
 
 namespace {
@@ -66,7 +69,9 @@ public:
     }
 
     Result<std::string> moveToTrash(const std::string& path) override {
-        return Error{ErrorKind::other, "moving to the Trash is not available yet: " + path};
+        Result<TrashMove> moved = kelvor::moveToTrash(path, localTrashStamp(WallClock::now()));
+        if (!moved) return moved.error();
+        return moved->destination;
     }
 };
 

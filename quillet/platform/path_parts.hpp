@@ -1,0 +1,14 @@
+#pragma once
+// The folder and the last name of a path, taken apart as text: no link is resolved and nothing
+// is looked at on disk.
+#include <string>
+
+namespace kelvor {
+
+// "/a/b" for "/a/b/c", "/" for "/c", "/" for a path without a slash.
+std::string parentOf(const std::string& path);
+
+// "c" for "/a/b/c"; the whole path when it has no slash.
+std::string nameOf(const std::string& path);
+
+}  // namespace kelvor
