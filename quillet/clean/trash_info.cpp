@@ -55,6 +55,8 @@ std::optional<std::string> percentDecodePath(std::string_view encoded) {
         out += static_cast<char>(high * 16 + low);
         i += 2;
     }
+    // No file name holds a NUL: a system call would stop at it and reach another path.
+    if (out.find('\0') != std::string::npos) return std::nullopt;
     return out;
 }
 

@@ -11,7 +11,7 @@ namespace kelvor {
 // (blanks, "%", control characters, non-UTF-8 bytes) becomes "%XX".
 std::string percentEncodePath(std::string_view path);
 
-// The inverse; none when a "%" is not followed by two hex digits.
+// The inverse; none when a "%" is not followed by two hex digits or the path would hold a NUL.
 std::optional<std::string> percentDecodePath(std::string_view encoded);
 
 // The whole record: "[Trash Info]", "Path=" (encoded) and "DeletionDate=" lines.

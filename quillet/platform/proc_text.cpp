@@ -20,6 +20,8 @@ std::optional<std::int32_t> parentPidFromStat(std::string_view stat) {
     const char* last = rest.data() + rest.size();
     auto [end, failure] = std::from_chars(first, last, parent);
     if (failure != std::errc() || (end != last && *end != ' ')) return std::nullopt;
+    // A negative number is no pid: taken as one it would name a process group.
+    if (parent < 0) return std::nullopt;
     return parent;
 }
 

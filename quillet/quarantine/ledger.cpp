@@ -48,8 +48,14 @@ std::optional<QuarantineEntry> decode(const JsonLine& line) {
     readString(row, "when", entry.when);
     if (auto bytes = row.find("bytes"); bytes != row.end() && bytes->is_number_unsigned())
         entry.bytes = bytes->get<std::uint64_t>();
-    entry.released = row.value("released", false);
-    entry.restored = row.value("restored", false);
+    // A state that is not true or false is not guessed at: acting on a misread one could let
+    // an item go or bring it back wrongly, so such a line is kept as damaged.
+    for (auto [key, state] : {std::pair{"released", &entry.released}, std::pair{"restored", &entry.restored}}) {
+        auto found = row.find(key);
+        if (found == row.end()) continue;
+        if (!found->is_boolean()) return std::nullopt;
+        *state = found->get<bool>();
+    }
     readOptional(row, "releasedTo", entry.releasedTo);
     readOptional(row, "releasedAt", entry.releasedAt);
     readOptional(row, "settled", entry.settled);

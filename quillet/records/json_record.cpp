@@ -8,8 +8,12 @@ namespace kelvor {
 Result<JsonRecord> readJsonRecord(const std::string& path) {
     Result<std::string> bytes = readWholeFile(path);
     if (!bytes) return bytes.error();
+    return decodeJsonRecord(std::move(*bytes));
+}
+
+JsonRecord decodeJsonRecord(std::string text) {
     JsonRecord record;
-    record.text = std::move(*bytes);
+    record.text = std::move(text);
     try {
         record.value = nlohmann::json::parse(record.text);
     } catch (const nlohmann::json::exception& failure) {

@@ -21,6 +21,9 @@ struct JsonRecord {
 // nothing is there); a file that can be read but not decoded is a JsonRecord without a value.
 Result<JsonRecord> readJsonRecord(const std::string& path);
 
+// The record whose bytes are `text`: a JsonRecord without a value when they are not one document.
+JsonRecord decodeJsonRecord(std::string text);
+
 // `value` as text (indented by `indent` spaces, or on one line when negative), ending with a line
 // feed. An Error, not an exception, for text that is not UTF-8.
 Result<std::string> encodeJson(const nlohmann::json& value, int indent = 2);

@@ -47,15 +47,8 @@ std::string normalised(std::string_view absolute) {
 Result<std::set<std::string>> readEntries(const std::string& file) {
     Result<JsonRecord> record = readJsonRecord(file);
     if (!record) return record.error();
-    if (!record->readable()) return Error{0, file + " is not a JSON array of paths: " + record->problem};
-    if (!record->value->is_array()) return Error{0, file + " is not a JSON array of paths"};
-    std::set<std::string> entries;
-    for (const nlohmann::json& item : *record->value) {
-        if (!item.is_string()) return Error{0, file + " holds an entry that is not a path"};
-        const std::string& text = item.get_ref<const std::string&>();
-        // A hand-edited entry may be written loosely ("~/Models/"); an empty one names nothing.
-        if (!text.empty()) entries.insert(canonExclusion(text));
-    }
+    Result<std::set<std::string>> entries = decodeExclusionEntries(*record);
+    if (!entries) return Error{0, file + " " + entries.error().context};
     return entries;
 }
 
@@ -69,6 +62,19 @@ Result<std::optional<ExcludeStamp>> ExcludeStamp::take(const std::string& path) 
     }
     return std::optional<ExcludeStamp>(
         ExcludeStamp{info->inode, info->size, info->modifiedSeconds, info->modifiedNanoseconds});
+}
+
+Result<std::set<std::string>> decodeExclusionEntries(const JsonRecord& record) {
+    if (!record.readable()) return Error{0, "is not a JSON array of paths: " + record.problem};
+    if (!record.value->is_array()) return Error{0, "is not a JSON array of paths"};
+    std::set<std::string> entries;
+    for (const nlohmann::json& item : *record.value) {
+        if (!item.is_string()) return Error{0, "holds an entry that is not a path"};
+        const std::string& text = item.get_ref<const std::string&>();
+        // A hand-edited entry may be written loosely ("~/Models/"); an empty one names nothing.
+        if (!text.empty()) entries.insert(canonExclusion(text));
+    }
+    return entries;
 }
 
 std::string canonExclusion(std::string_view path) {

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "quillet/records/json_record.hpp"
 #include "quillet/records/record_lock.hpp"
 #include "quillet/platform/result.hpp"
 
@@ -40,6 +41,10 @@ std::string canonExclusion(std::string_view path);
 // The canonical `path` with its symbolic links resolved: the longest part that exists is resolved
 // and the rest appended as written. The path unchanged when nothing can be resolved.
 std::string resolveExclusionLinks(const std::string& canonical);
+
+// The entries of the list's decoded file, each canonicalised; empty ones are dropped. An Error
+// saying what is wrong (after the file's name) when it is not a JSON array of path strings.
+Result<std::set<std::string>> decodeExclusionEntries(const JsonRecord& record);
 
 // "you asked never to be offered this — remove it from the exclusion list first", in the
 // current language: what a removal request for a covered path is refused with.

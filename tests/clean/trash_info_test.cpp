@@ -27,6 +27,9 @@ TEST(TrashInfo, PercentEncodingEscapesEverythingButUnreservedBytesAndSlashes) {
     EXPECT_FALSE(percentDecodePath("/a%2"));
     EXPECT_FALSE(percentDecodePath("/a%zz"));
     EXPECT_FALSE(percentDecodePath("/a%"));
+    // Cut at the NUL, either would name "/home/ada/.bashrc".
+    EXPECT_FALSE(percentDecodePath("/home/ada/.bashrc%00/x"));
+    EXPECT_FALSE(percentDecodePath(std::string_view("/home/ada/.bashrc\0/x", 20)));
 }
 
 TEST(TrashInfo, WrittenRecordsReadBack) {

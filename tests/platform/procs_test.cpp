@@ -33,6 +33,7 @@ TEST(ProcText, TheParentIsReadAfterTheLastClosingParenthesis) {
         {"12 (x) S", std::nullopt},
         {"12 (x) S abc 1", std::nullopt},
         {"12 (x) S 12abc 1", std::nullopt},
+        {"12 (x) S -20 101 0", std::nullopt},  // no process has a negative pid
         {"", std::nullopt},
     };
     for (const Case& c : cases) EXPECT_EQ(parentPidFromStat(c.stat), c.parent) << c.stat;

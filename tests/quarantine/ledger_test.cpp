@@ -83,6 +83,18 @@ TEST(Ledger, LinesThatAreNoRowAreKeptAsTheyStand) {
     EXPECT_EQ(read.damaged, expected);
 }
 
+TEST(Ledger, ARowWhoseStateIsNotTrueOrFalseIsKeptAsDamaged) {
+    const std::string lines[] = {
+        R"({"originalPath":"/a","quarantinePath":"/q/a","released":"yes"})",
+        R"({"originalPath":"/a","quarantinePath":"/q/a","restored":1})",
+    };
+    for (const std::string& line : lines) {
+        LedgerContents read = ledgerLines(line + "\n");
+        EXPECT_TRUE(read.entries.empty()) << line;
+        EXPECT_EQ(read.damaged, std::vector<std::string>{line});
+    }
+}
+
 TEST(Ledger, EntryStates) {
     QuarantineEntry held;
     EXPECT_TRUE(held.active());

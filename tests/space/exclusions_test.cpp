@@ -56,6 +56,25 @@ TEST(CanonExclusion, ExpandsHomeAndRemovesDotsSlashesAndTrailingSlash) {
     for (const Case& c : cases) EXPECT_EQ(canonExclusion(c.input), c.expected) << c.input;
 }
 
+TEST(DecodeExclusionEntries, KeepsOnlyAnArrayOfPathsAndSaysWhatElseItGot) {
+    TempHome home;
+    Result<std::set<std::string>> entries = decodeExclusionEntries(decodeJsonRecord(R"(["~/A/", "", "/b//c", "/b/c"])"));
+    ASSERT_TRUE(entries);
+    EXPECT_EQ(*entries, (std::set<std::string>{home / "A", "/b/c"}));
+
+    const std::pair<std::string, std::string> refused[] = {
+        {R"(["/a", 1])", "not a path"},
+        {R"({"paths": ["/a"]})", "not a JSON array"},
+        {R"(["/a")", "not a JSON array"},  // cut off by a crash
+        {"", "not a JSON array"},
+    };
+    for (const auto& [text, why] : refused) {
+        Result<std::set<std::string>> decoded = decodeExclusionEntries(decodeJsonRecord(text));
+        ASSERT_FALSE(decoded) << text;
+        EXPECT_NE(decoded.error().context.find(why), std::string::npos) << text << ": " << decoded.error().context;
+    }
+}
+
 TEST(Exclusions, InsideListsTheEntriesBelowAFolderThroughLinks) {
     TempHome home;
     fs::create_directories(home / "store/Cache/Data");
