@@ -44,8 +44,9 @@ namespace {
 std::optional<DigestEntry> describe(const std::string& path) {
     struct stat st {};
     if (::lstat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) return std::nullopt;
-    return DigestEntry{static_cast<std::uint64_t>(st.st_size), st.st_mtim.tv_sec, "",
-                       static_cast<std::uint64_t>(st.st_ino), st.st_ctim.tv_sec};
+    auto nanoseconds = [](const struct timespec& t) { return std::int64_t{t.tv_sec} * 1'000'000'000 + t.tv_nsec; };
+    return DigestEntry{static_cast<std::uint64_t>(st.st_size), nanoseconds(st.st_mtim), "",
+                       static_cast<std::uint64_t>(st.st_ino), nanoseconds(st.st_ctim)};
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 
 namespace kelvor {
 
+// Times are nanoseconds since the epoch: a rewrite within the same second must still show.
 struct DigestEntry {
     std::uint64_t size = 0;
     std::int64_t mtime = 0;
