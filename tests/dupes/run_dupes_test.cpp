@@ -153,6 +153,22 @@ TEST(RunDupes, OfTwoWildCopiesTheBytewiseSmallerPathStays) {
     EXPECT_FALSE(fs::exists(home / "b/model.safetensors")) << apply.out;
 }
 
+TEST(RunDupes, AFreshlyWrittenCopyIsGuardedUnlessForced) {
+    TempHome home;
+    std::string bytes = content(1'050'000, 12);
+    writeModel(home / "a/m.ckpt", bytes);
+    fs::create_directories(home / "b");
+    testing::writeFile(home / "b/m.ckpt", bytes);  // written just now
+    auto guarded =
+        testing::runKelvorBinary({"--mode", "dupes", "--root", home.path(), "--min-mb", "1", "--apply"}, ENGLISH);
+    EXPECT_NE(guarded.out.find("— skipped: " + home / "b/m.ckpt"), std::string::npos) << guarded.out;
+    EXPECT_TRUE(fs::exists(home / "b/m.ckpt"));
+    EXPECT_FALSE(fs::exists(home / ".kelvor/undo") && !newestUndoRows(home).empty()) << "no move, no record";
+    auto forced = testing::runKelvorBinary(
+        {"--mode", "dupes", "--root", home.path(), "--min-mb", "1", "--apply", "--force"}, ENGLISH);
+    EXPECT_FALSE(fs::exists(home / "b/m.ckpt")) << forced.out;
+}
+
 TEST(RunDupes, StoreCopiesAreNotTouchedWithoutDedupe) {
     TempHome home;
     std::string bytes = content(1'100'000, 4);
