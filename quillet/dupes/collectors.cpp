@@ -9,13 +9,13 @@
 #include <fstream>
 #include <map>
 #include <mutex>
-#include <thread>
 
 #include <nlohmann/json.hpp>
 
 #include "quillet/platform/dirs.hpp"
 #include "quillet/platform/home.hpp"
 #include "quillet/platform/trash.hpp"
+#include "quillet/platform/workers.hpp"
 #include "quillet/rules/location.hpp"
 #include "quillet/scan/walker.hpp"
 
@@ -24,6 +24,9 @@ namespace kelvor {
 const std::set<std::string, std::less<>> WILD_EXTENSIONS = {"gguf", "safetensors", "ckpt", "pt", "pth", "bin"};
 
 namespace {
+
+// The sweep is bound by the disk, not the processor: a few readers keep it busy.
+constexpr int WILD_SWEEP_WORKERS = 4;
 
 bool isHexDigest(std::string_view text) {
     return text.size() == 64 && text.find_first_not_of("0123456789abcdef") == std::string_view::npos;
@@ -175,7 +178,7 @@ std::vector<ModelCopy> collectWildCopies(const std::string& root, std::uint64_t 
     std::vector<ModelCopy> copies;
     if (skipped(root)) return copies;
     WorkQueue queue({WorkItem{root}}, QueueOrder::depthFirst);
-    auto work = [&] {
+    auto work = [&](int) {
         std::vector<std::byte> buffer(BUF_SIZE);
         std::vector<ModelCopy> mine;
         while (std::optional<WorkItem> item = queue.pop()) {
@@ -202,9 +205,7 @@ std::vector<ModelCopy> collectWildCopies(const std::string& root, std::uint64_t 
         std::lock_guard<std::mutex> hold(lock);
         copies.insert(copies.end(), mine.begin(), mine.end());
     };
-    std::vector<std::thread> workers;
-    for (int i = 0; i < 4; ++i) workers.emplace_back(work);
-    for (std::thread& worker : workers) worker.join();
+    runWorkers(WILD_SWEEP_WORKERS, WORKER_STACK_BYTES, work);
     return copies;
 }
 
