@@ -3,13 +3,18 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <atomic>
 
 #include "quillet/platform/clone.hpp"
 #include "quillet/platform/digest.hpp"
+#include "quillet/platform/workers.hpp"
 
 namespace kelvor {
 
 namespace {
+
+// A hashing worker holds only its block buffer on the heap; its stack stays small.
+constexpr std::size_t HASH_WORKER_STACK_BYTES = 1'048'576;
 
 int linkCount(const std::string& path) {
     struct stat st {};
@@ -33,23 +38,46 @@ void orderForKeeping(std::vector<ModelCopy>& copies) {
 }  // namespace
 
 std::vector<DupeGroup> findDuplicates(const std::vector<ModelCopy>& copies, DigestCache& cache, int& hashed,
-                                      std::uint64_t& hashedBytes) {
+                                      std::uint64_t& hashedBytes, int threads) {
     std::map<std::uint64_t, std::vector<const ModelCopy*>> bySize;
     for (const ModelCopy& copy : copies) bySize[copy.bytes].push_back(&copy);
+    // Every copy that shares its size with another and has no cached digest is hashed, on up to
+    // `threads` workers: hashing a multi-gigabyte file is the whole cost of a run.
+    std::vector<const ModelCopy*> toHash;
+    std::map<const ModelCopy*, std::optional<std::string>> digests;
+    for (const auto& [size, sameSize] : bySize) {
+        if (sameSize.size() < 2) continue;
+        for (const ModelCopy* copy : sameSize) {
+            std::optional<std::string> cached = cache.lookup(copy->path);
+            if (cached)
+                digests[copy] = cached;
+            else
+                toHash.push_back(copy);
+        }
+    }
+    std::vector<std::optional<std::string>> computed(toHash.size());
+    std::vector<std::uint64_t> readBytes(toHash.size(), 0);
+    std::atomic<std::size_t> next{0};
+    int workers = static_cast<int>(std::min<std::size_t>(toHash.size(), static_cast<std::size_t>(std::max(threads, 1))));
+    if (workers > 0)
+        runWorkers(workers, HASH_WORKER_STACK_BYTES, [&](int) {
+            for (std::size_t i; (i = next.fetch_add(1)) < toHash.size();)
+                computed[i] = sha256File(toHash[i]->path, readBytes[i]);
+        });
+    for (std::size_t i = 0; i < toHash.size(); ++i) {
+        hashedBytes += readBytes[i];
+        if (computed[i]) {
+            ++hashed;
+            cache.remember(toHash[i]->path, *computed[i]);
+        }
+        digests[toHash[i]] = computed[i];
+    }
     std::vector<DupeGroup> groups;
     for (const auto& [size, sameSize] : bySize) {
         if (sameSize.size() < 2) continue;
         std::map<std::string, std::vector<ModelCopy>> byDigest;
-        for (const ModelCopy* copy : sameSize) {
-            std::optional<std::string> digest = cache.lookup(copy->path);
-            if (!digest) {
-                digest = sha256File(copy->path, hashedBytes);
-                if (!digest) continue;
-                ++hashed;
-                cache.remember(copy->path, *digest);
-            }
-            byDigest[*digest].push_back(*copy);
-        }
+        for (const ModelCopy* copy : sameSize)
+            if (const std::optional<std::string>& digest = digests[copy]) byDigest[*digest].push_back(*copy);
         for (auto& [digest, same] : byDigest) {
             if (same.size() < 2) continue;
             orderForKeeping(same);

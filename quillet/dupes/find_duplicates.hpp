@@ -15,8 +15,9 @@ namespace kelvor {
 // The groups of byte-identical copies among `copies`, each in keeper order (multiply-linked
 // first, then store copies, then by path), largest reclaimable first. Files read are counted in
 // `hashed` and `hashedBytes`; digests come from `cache` when it still matches, and go into it.
+// Files are hashed on up to `threads` workers.
 std::vector<DupeGroup> findDuplicates(const std::vector<ModelCopy>& copies, DigestCache& cache, int& hashed,
-                                      std::uint64_t& hashedBytes);
+                                      std::uint64_t& hashedBytes, int threads = 1);
 
 // Which copies were proven identical to which keeper: shared with the clean planner, read and
 // written under its own lock.

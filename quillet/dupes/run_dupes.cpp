@@ -209,7 +209,7 @@ int runDupes(const Settings& settings) {
     cache.load();
     int hashed = 0;
     std::uint64_t hashedBytes = 0;
-    std::vector<DupeGroup> groups = findDuplicates(all, cache, hashed, hashedBytes);
+    std::vector<DupeGroup> groups = findDuplicates(all, cache, hashed, hashedBytes, settings.threads);
     if (hashed > 0) cache.save();
     DupeProof::shared().record(groups);
     double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();

@@ -32,7 +32,8 @@ struct Found {
 
 Found find(const std::vector<ModelCopy>& copies, DigestCache& cache) {
     Found found;
-    found.groups = findDuplicates(copies, cache, found.hashed, found.hashedBytes);
+    // Several hashing workers, so every case also runs the parallel path.
+    found.groups = findDuplicates(copies, cache, found.hashed, found.hashedBytes, 3);
     return found;
 }
 
