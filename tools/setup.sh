@@ -5,8 +5,9 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 # trash-cli and gio (libglib2.0-bin): the tests check that Kelvor and these tools see and restore
-# what the others moved to the Trash.
-packages=(g++ clang cmake ninja-build libgtest-dev nlohmann-json3-dev trash-cli libglib2.0-bin)
+# what the others moved to the Trash. libssl-dev: SHA-256 for the duplicate finder; xfsprogs: the
+# reflink file system its clone tests mount.
+packages=(g++ clang cmake ninja-build libgtest-dev nlohmann-json3-dev trash-cli libglib2.0-bin libssl-dev xfsprogs)
 # The official MCP client that the automation tests drive runs on Node.js.
 command -v node >/dev/null 2>&1 || packages+=(nodejs npm)
 missing=()

@@ -12,6 +12,7 @@
 #include "quillet/quarantine/quarantine_store.hpp"
 #include "quillet/i18n/text.hpp"
 #include "quillet/log/log.hpp"
+#include "quillet/platform/digest.hpp"
 #include "quillet/platform/path_inside.hpp"
 #include "quillet/platform/printable.hpp"
 #include "quillet/platform/trash.hpp"
@@ -138,11 +139,13 @@ bool parentStillFits(const ManifestItem& item, UndoOutcome& outcome) {
 // Brings a row from the quarantine: through the quarantine's own restore, which keeps its ledger,
 // or from the Trash when its observation window has passed.
 bool restoreQuarantineRow(const ManifestItem& item, FileOps& files, UndoOutcome& outcome);
+bool restoreCloneRow(const ManifestItem& item, FileOps& files, UndoOutcome& outcome);
 
 // Brings one moved row back to its original place, or says why not. True when it came back.
 bool restoreRow(const ManifestItem& item, FileOps& files, UndoOutcome& outcome) {
     const std::string& original = item.originalPath;
     if (item.action == "quarantine") return restoreQuarantineRow(item, files, outcome);
+    if (item.action == "clone-merge") return restoreCloneRow(item, files, outcome);
     struct stat info {};
     if (::lstat(item.trashedTo.c_str(), &info) != 0) {
         outcome.lines.push_back(trf(S::undoNotInTrash) + " " + shown(original));
@@ -173,6 +176,51 @@ bool restoreRow(const ManifestItem& item, FileOps& files, UndoOutcome& outcome) 
         return false;
     }
     if (item.action == "trash") forgetTrashRecord(item.trashedTo);
+    outcome.lines.push_back("  ↩ " + shown(original));
+    ++outcome.restored;
+    return true;
+}
+
+bool restoreCloneRow(const ManifestItem& item, FileOps& files, UndoOutcome& outcome) {
+    const std::string& original = item.originalPath;
+    struct stat info {};
+    if (::lstat(item.trashedTo.c_str(), &info) != 0) {
+        outcome.lines.push_back(trf(S::undoNotInTrash) + " " + shown(original));
+        ++outcome.missing;
+        return false;
+    }
+    // The clone may be replaced only while it still holds exactly what was cloned: anything else
+    // at that place may be the person's own newer data.
+    std::uint64_t ignored = 0;
+    struct stat clone {};
+    if (::lstat(original.c_str(), &clone) != 0 || !S_ISREG(clone.st_mode) ||
+        static_cast<std::uint64_t>(clone.st_size) != item.bytes || item.sha256.empty() ||
+        sha256File(original, ignored) != item.sha256) {
+        outcome.lines.push_back(trf(S::undoCloneMismatch) + " " + shown(original));
+        ++outcome.failed;
+        return false;
+    }
+    if (!parentStillFits(item, outcome)) return false;
+    // The clone is set aside, not deleted, until the original is back in its place.
+    std::string aside = original + ".kelvor-clone-" + std::to_string(::getpid());
+    Result<void> setAside = files.rename(original, aside);
+    if (!setAside) {
+        KelvorLog::write("undo", "could not set the clone " + original + " aside: " + setAside.error().describe());
+        outcome.lines.push_back(trf(S::undoRestoreFailed) + " " + shown(original));
+        ++outcome.failed;
+        return false;
+    }
+    Result<void> moved = files.rename(item.trashedTo, original);
+    if (!moved) {
+        KelvorLog::write("undo", "could not restore " + original + ": " + moved.error().describe());
+        if (Result<void> back = files.rename(aside, original); !back)
+            KelvorLog::write("undo", "the clone stays at " + aside + ": " + back.error().describe());
+        outcome.lines.push_back(trf(S::undoRestoreFailed) + " " + shown(original));
+        ++outcome.failed;
+        return false;
+    }
+    ::unlink(aside.c_str());  // its blocks are the kept copy's; nothing is lost
+    forgetTrashRecord(item.trashedTo);
     outcome.lines.push_back("  ↩ " + shown(original));
     ++outcome.restored;
     return true;
@@ -251,7 +299,7 @@ UndoOutcome undoLocked(const std::string& path, FileOps& files, UndoOutcome outc
             outcome.lines.push_back(trf(S::undoNeverMoved) + " " + shown(item->originalPath));
             continue;
         }
-        if (item->action == "trash" || item->action == "quarantine") {
+        if (item->action == "trash" || item->action == "quarantine" || item->action == "clone-merge") {
             if (restoreRow(*item, files, outcome)) {
                 row["restored"] = true;
                 changed = true;
@@ -265,7 +313,7 @@ UndoOutcome undoLocked(const std::string& path, FileOps& files, UndoOutcome outc
             outcome.lines.push_back(trf(S::undoNoWayBack) + " " + shown(item->originalPath));
             ++noWayBack;
         } else {
-            // "relocate", "clone-merge" and the tools' rows are read and kept, never guessed at.
+            // "relocate" and the tools' rows are read and kept, never guessed at.
             outcome.lines.push_back(trf(S::undoActionUnavailable, {shown(item->action)}) + " " +
                                     shown(item->originalPath));
         }

@@ -16,7 +16,7 @@ inline constexpr std::string_view HELP_TEXT =
     "  kelvor --mode quarantine --undo last       restore from quarantine\n"
     "  kelvor --mode detect                       AI/dev tool detection report\n"
     "  kelvor --mode audit                        re-run provers against live stores\n"
-    "  kelvor --mode dupes [--min-mb N]           duplicate finder (report only)\n"
+    "  kelvor --mode dupes [--min-mb N]           duplicate finder (--apply, --dedupe)\n"
     "  kelvor --mode similar                      similar photos and clips (report only)\n"
     "  kelvor --mode unclaimed [--min-mb N]       space no rule accounts for\n"
     "  kelvor --mode forget [--apply]             clear what Kelvor keeps about itself\n"

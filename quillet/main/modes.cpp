@@ -8,6 +8,7 @@
 #include "quillet/automation/run_mcp.hpp"
 #include "quillet/clean/clean_plan.hpp"
 #include "quillet/clean/trash_others_mode.hpp"
+#include "quillet/dupes/run_dupes.hpp"
 #include "quillet/i18n/check.hpp"
 #include "quillet/i18n/text.hpp"
 #include "quillet/main/support_modes.hpp"
@@ -44,7 +45,7 @@ constexpr ModeEntry MODE_TABLE[] = {
     {"i18n", "check that every language table holds every sentence", runI18n},
     {"verify", "check each rule's verdict against the machine", runUnavailable},
     {"gui", "the desktop application", runUnavailable},
-    {"dupes", "duplicate model files, proven by digest", runUnavailable},
+    {"dupes", "duplicate model files, proven by digest", runDupes},
     {"similar", "similar photos and clips", runUnavailable},
     {"trash-others", "what other programs left in the Trash", runTrashOthers},
     {"restore", "the restore centre: recorded ways back", runUnavailable},

@@ -1,0 +1,148 @@
+// Proving copies identical: what is read, what is grouped, which copy stays, and the digest cache.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+
+#include "quillet/dupes/find_duplicates.hpp"
+#include "tests/support/temp_home.hpp"
+
+namespace kelvor {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::TempHome;
+
+ModelCopy copyAt(const std::string& path, bool inStore = false) {
+    fs::create_directories(fs::path(path).parent_path());
+    return ModelCopy{path, fs::file_size(path), ModelKind::checkpoint, fs::path(path).filename(), {}, inStore};
+}
+
+ModelCopy write(const std::string& path, const std::string& bytes, bool inStore = false) {
+    fs::create_directories(fs::path(path).parent_path());
+    testing::writeFile(path, bytes);
+    return copyAt(path, inStore);
+}
+
+struct Found {
+    std::vector<DupeGroup> groups;
+    int hashed = 0;
+    std::uint64_t hashedBytes = 0;
+};
+
+Found find(const std::vector<ModelCopy>& copies, DigestCache& cache) {
+    Found found;
+    // Several hashing workers, so every case also runs the parallel path.
+    found.groups = findDuplicates(copies, cache, found.hashed, found.hashedBytes, 3);
+    return found;
+}
+
+TEST(FindDuplicates, ReadsOnlyFilesThatShareTheirSizeWithAnother) {
+    TempHome home;
+    DigestCache cache(home / "digests.json");
+    Found found = find({write(home / "a", "same bytes"), write(home / "b", "same bytes"),
+                        write(home / "c", "same byteZ"), write(home / "lonely", "a size nobody else has")},
+                       cache);
+    EXPECT_EQ(found.hashed, 3);
+    EXPECT_EQ(found.hashedBytes, 30u);
+    ASSERT_EQ(found.groups.size(), 1u);
+    EXPECT_EQ(found.groups[0].copies.size(), 2u);
+    EXPECT_EQ(found.groups[0].digest.size(), 64u);
+    EXPECT_EQ(found.groups[0].reclaimable(), 10u);
+    EXPECT_EQ(found.groups[0].identities.size(), 2u);
+}
+
+TEST(FindDuplicates, KeepsALinkedCopyFirstThenAStoreCopyThenTheSmallerPath) {
+    TempHome home;
+    DigestCache cache(home / "digests.json");
+    std::vector<ModelCopy> copies = {write(home / "a/wild", "x"), write(home / "z/store", "x", true),
+                                     write(home / "b/wild", "x")};
+    Found storeFirst = find(copies, cache);
+    ASSERT_EQ(storeFirst.groups.size(), 1u);
+    std::vector<std::string> order;
+    for (const ModelCopy& copy : storeFirst.groups[0].copies) order.push_back(copy.path);
+    EXPECT_EQ(order, (std::vector<std::string>{home / "z/store", home / "a/wild", home / "b/wild"}));
+
+    // A copy with another link elsewhere frees nothing when removed: it stays.
+    fs::create_hard_link(home / "b/wild", home / "outside-the-scan");
+    Found linkedFirst = find(copies, cache);
+    ASSERT_EQ(linkedFirst.groups.size(), 1u);
+    EXPECT_EQ(linkedFirst.groups[0].copies.front().path, home / "b/wild");
+}
+
+TEST(FindDuplicates, HardLinksAndUnreadableFilesAreNeverGroups) {
+    TempHome home;
+    DigestCache cache(home / "digests.json");
+    ModelCopy first = write(home / "one", "linked content");
+    fs::create_hard_link(home / "one", home / "two");
+    ModelCopy gone = write(home / "gone", "linked content");
+    fs::remove(home / "gone");
+    Found found = find({first, copyAt(home / "two"), gone}, cache);
+    EXPECT_TRUE(found.groups.empty());
+}
+
+TEST(FindDuplicates, LargestReclaimableGroupComesFirst) {
+    TempHome home;
+    DigestCache cache(home / "digests.json");
+    Found found = find({write(home / "s1", "s"), write(home / "s2", "s"), write(home / "s3", "s"),
+                        write(home / "l1", "large"), write(home / "l2", "large")},
+                       cache);
+    ASSERT_EQ(found.groups.size(), 2u);
+    EXPECT_EQ(found.groups[0].bytes, 5u);
+    EXPECT_EQ(found.groups[1].reclaimable(), 2u);
+}
+
+TEST(FindDuplicates, DupeProofNamesTheKeeperOfEachRedundantCopy) {
+    TempHome home;
+    DigestCache cache(home / "digests.json");
+    Found found = find({write(home / "a", "p"), write(home / "b", "p")}, cache);
+    DupeProof::shared().record(found.groups);
+    std::map<std::string, DupeProof::Proof> proofs = DupeProof::shared().proofs();
+    ASSERT_EQ(proofs.size(), 1u);
+    EXPECT_EQ(proofs.at(home / "b").keeper, home / "a");
+    EXPECT_EQ(proofs.at(home / "b").digest, found.groups[0].digest);
+}
+
+TEST(DigestCache, ReusesADigestUntilTheFileChangesAndSurvivesAReload) {
+    TempHome home;
+    std::vector<ModelCopy> copies = {write(home / "a", "cached"), write(home / "b", "cached")};
+    {
+        DigestCache cache(home / "digests.json");
+        cache.load();
+        EXPECT_EQ(find(copies, cache).hashed, 2);
+        ASSERT_TRUE(cache.save());
+    }
+    DigestCache reloaded(home / "digests.json");
+    reloaded.load();
+    Found again = find(copies, reloaded);
+    EXPECT_EQ(again.hashed, 0);
+    EXPECT_EQ(again.groups.size(), 1u);
+
+    // Same size and the same modification time, other bytes: the change time gives it away.
+    auto mtime = fs::last_write_time(home / "b");
+    testing::writeFile(home / "b", "CACHED");
+    fs::last_write_time(home / "b", mtime);
+    Found changed = find(copies, reloaded);
+    EXPECT_EQ(changed.hashed, 1);
+    EXPECT_TRUE(changed.groups.empty());
+}
+
+TEST(DigestCache, AnUnreadableCacheIsEmptyAndIsReplacedWhole) {
+    TempHome home;
+    for (const std::string& bytes : {std::string("{{{"), std::string("[1,2]"),
+                                     std::string(R"({"/x":{"size":"big","mtime":1,"sha":"00"}})")}) {
+        testing::writeFile(home / "digests.json", bytes);
+        DigestCache cache(home / "digests.json");
+        cache.load();
+        EXPECT_EQ(cache.lookup("/x"), std::nullopt) << bytes;
+        write(home / "f", "content");
+        cache.remember(home / "f", "ab");
+        ASSERT_TRUE(cache.save()) << bytes;
+        DigestCache reread(home / "digests.json");
+        reread.load();
+        EXPECT_EQ(reread.lookup(home / "f"), "ab") << bytes;
+    }
+}
+
+}  // namespace
+}  // namespace kelvor
