@@ -15,6 +15,7 @@
 #include "quillet/quarantine/quarantine_mode.hpp"
 #include "quillet/scan/harness.hpp"
 #include "quillet/space/exclude_mode.hpp"
+#include "quillet/space/forget_mode.hpp"
 #include "quillet/space/unclaimed_mode.hpp"
 
 namespace kelvor {
@@ -36,7 +37,7 @@ constexpr ModeEntry MODE_TABLE[] = {
     {"mcp-install", "connect every AI assistant found on this machine", runMCPInstall},
     {"detect", "AI and developer tool detection report", runUnavailable},
     {"quarantine", "the quarantine ledger report; with --undo, restore from quarantine", runQuarantine},
-    {"forget", "clear what Kelvor keeps about itself", runUnavailable},
+    {"forget", "clear what Kelvor keeps about itself", runForget},
     {"unclaimed", "space no rule accounts for", runUnclaimedMode},
     {"oneclick", "the rule audit (as ruleaudit)", runUnavailable},
     {"ruleaudit", "the rule audit", runUnavailable},
