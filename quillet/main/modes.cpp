@@ -13,6 +13,7 @@
 #include "quillet/main/support_modes.hpp"
 #include "quillet/platform/printable.hpp"
 #include "quillet/quarantine/quarantine_mode.hpp"
+#include "quillet/recovery/restore_mode.hpp"
 #include "quillet/scan/harness.hpp"
 #include "quillet/space/exclude_mode.hpp"
 #include "quillet/space/forget_mode.hpp"
@@ -48,7 +49,7 @@ constexpr ModeEntry MODE_TABLE[] = {
     {"dupes", "duplicate model files, proven by digest", runUnavailable},
     {"similar", "similar photos and clips", runUnavailable},
     {"trash-others", "what other programs left in the Trash", runTrashOthers},
-    {"restore", "the restore centre: recorded ways back", runUnavailable},
+    {"restore", "the restore centre: recorded ways back", runRestoreCentre},
     {"docker", "Docker images, build cache and simulator runtimes", runUnavailable},
     {"mem", "memory report", runUnavailable},
     {"relocate", "move stores to another disk", runUnavailable},
