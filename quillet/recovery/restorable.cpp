@@ -4,15 +4,19 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <ctime>
+#include <filesystem>
 #include <fstream>
 #include <set>
 
 #include <nlohmann/json.hpp>
 
 #include "quillet/clean/manifest.hpp"
+#include "quillet/clean/trash_move.hpp"
 #include "quillet/clean/undo.hpp"
 #include "quillet/i18n/text.hpp"
 #include "quillet/platform/fsops.hpp"
+#include "quillet/platform/remove_tree.hpp"
 #include "quillet/platform/trash.hpp"
 #include "quillet/quarantine/quarantine_store.hpp"
 #include "quillet/records/atomic_write.hpp"
@@ -45,6 +49,7 @@ void addTrashedRows(std::vector<RestorableItem>& rows) {
         for (const nlohmann::json& row : (*record)["items"]) {
             std::optional<ManifestItem> item = manifestItemFrom(row);
             if (!item || item->action != "trash" || item->pending || item->restored) continue;
+            if (row.contains("discardedAt")) continue;
             if (!seen.insert(item->originalPath).second) continue;
             RestorableItem out;
             out.id = path + "\n" + item->trashedTo;
@@ -82,18 +87,41 @@ void addQuarantinedRows(std::vector<RestorableItem>& rows) {
     }
 }
 
-// Marks the record's row for `trashedTo` as restored, under the record's lock, so the row leaves
-// the list and a later undo of that run does not try it again.
-void markRestoredInRecord(const std::string& recordPath, const std::string& trashedTo) {
+// Sets `key` to `value` on the record's row for `trashedTo`, under the record's lock, so the row
+// leaves the list and a later undo of that run does not try it again.
+void markInRecord(const std::string& recordPath, const std::string& trashedTo, const std::string& key,
+                  const nlohmann::json& value) {
     withManifestLock(
         recordPath, LockWait::wait, [](const Error&) {},
         [&] {
             std::optional<nlohmann::json> record = readRecord(recordPath);
             if (!record) return;
             for (nlohmann::json& row : (*record)["items"])
-                if (row.is_object() && row.value("trashedTo", "") == trashedTo) row["restored"] = true;
+                if (row.is_object() && row.value("trashedTo", "") == trashedTo) row[key] = value;
             (void)writeFileAtomically(recordPath, record->dump());
         });
+}
+
+std::string isoNow() {
+    std::time_t now = std::time(nullptr);
+    std::tm utc {};
+    ::gmtime_r(&now, &utc);
+    char text[32];
+    std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &utc);
+    return text;
+}
+
+std::optional<std::string> discardOne(const RestorableItem& item) {
+    if (item.kind != RecoveryKind::trashed) return trf(S::recoveryNotTrashedRow);
+    if (!present(item.trashedTo)) return trf(S::recoveryNotInTrash);
+    DiscardCheck check = verifyDiscard(item.trashedTo, item.originalPath);
+    if (check.refusal) return check.refusal->describe();
+    const std::string parent = std::filesystem::path(check.realPath).parent_path().string();
+    const std::string name = std::filesystem::path(check.realPath).filename().string();
+    Result<void> removed = removeEntryForGood(parent, name);
+    if (!removed) return removed.error().describe();
+    forgetTrashRecord(item.trashedTo);
+    return std::nullopt;
 }
 
 std::optional<std::string> restoreFromTrash(const RestorableItem& item) {
@@ -105,7 +133,7 @@ std::optional<std::string> restoreFromTrash(const RestorableItem& item) {
     Result<void> moved = FileOps::real().rename(item.trashedTo, item.originalPath);
     if (!moved) return moved.error().describe();
     forgetTrashRecord(item.trashedTo);
-    markRestoredInRecord(item.manifest, item.trashedTo);
+    markInRecord(item.manifest, item.trashedTo, "restored", true);
     return std::nullopt;
 }
 
@@ -138,6 +166,16 @@ std::vector<RestorableItem> recoveryItems(std::size_t limit, bool* more) {
     if (more) *more = rows.size() > limit;
     if (rows.size() > limit) rows.resize(limit);
     return rows;
+}
+
+std::vector<DiscardResult> discardMany(const std::vector<RestorableItem>& rows) {
+    std::vector<DiscardResult> results;
+    for (const RestorableItem& row : rows) {
+        std::optional<std::string> error = discardOne(row);
+        if (!error) markInRecord(row.manifest, row.trashedTo, "discardedAt", isoNow());
+        results.push_back({row.id, error});
+    }
+    return results;
 }
 
 std::optional<std::string> runRestore(const RestorableItem& item) {

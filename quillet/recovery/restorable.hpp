@@ -41,4 +41,14 @@ std::vector<RestorableItem> recoveryItems(std::size_t limit, bool* more = nullpt
 // language). Never replaces what stands at the original place now.
 std::optional<std::string> runRestore(const RestorableItem& item);
 
+// What discarding one row did: its id, and why it was not discarded when it was not.
+struct DiscardResult {
+    std::string id;
+    std::optional<std::string> error;
+};
+
+// Deletes each trashed row's entry from the Trash for good, only after the entry is proven to be
+// the one Kelvor moved from that place, and records the discard in the row's undo record.
+std::vector<DiscardResult> discardMany(const std::vector<RestorableItem>& rows);
+
 }  // namespace kelvor

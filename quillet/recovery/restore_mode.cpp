@@ -70,6 +70,15 @@ int runRestoreCentre(const Settings& settings) {
         return 2;
     }
     const RestorableItem& row = rows[chosen.front()];
+    if (settings.discard) {
+        std::optional<std::string> refused = discardMany({row}).front().error;
+        if (refused) {
+            complain("  ✗ " + escapeControls(row.originalPath) + " — " + *refused);
+            return 1;
+        }
+        say(trf(S::recoveryDiscarded, {escapeControls(row.trashedTo)}));
+        return 0;
+    }
     std::optional<std::string> failure = runRestore(row);
     if (failure) complain("  ✗ " + escapeControls(row.originalPath) + " — " + *failure);
     else say("  ↩ " + escapeControls(row.originalPath));

@@ -10,6 +10,7 @@
 #include <nlohmann/json.hpp>
 
 #include "quillet/clean/manifest.hpp"
+#include "quillet/clean/moved_mark.hpp"
 #include "quillet/platform/trash.hpp"
 #include "quillet/quarantine/ledger.hpp"
 #include "quillet/quarantine/quarantine_store.hpp"
@@ -46,6 +47,7 @@ bool contains(const std::string& text, const std::string& part) { return text.fi
 std::string trashWithRecord(const std::string& path, const std::string& when) {
     Result<TrashMove> moved = moveToTrash(path, when.substr(0, 19));
     EXPECT_TRUE(moved.ok());
+    EXPECT_TRUE(markMoved(moved.value().destination, path, WallClock::now()).ok());
     ManifestItem item;
     item.owner = "Cargo";
     item.component = "build output";
@@ -149,6 +151,27 @@ TEST(RestoreCentre, NeverReplacesWhatNowStandsAtTheOriginalPlace) {
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(readFile(cleans.trashed + "/new.txt"), "rebuilt");
     EXPECT_EQ(readFile(cleans.inTrash + "/app.bin"), std::string("hello\0world", 11));
+}
+
+TEST(RestoreCentre, DiscardEmptiesExactlyThatRowFromTheTrash) {
+    TwoCleans cleans;
+    writeFile(homeTrashFolder() + "/files/other.txt", "someone else's");
+    auto run = restore({"--path", "2", "--discard"});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_FALSE(fs::exists(cleans.inTrash));
+    EXPECT_EQ(readFile(homeTrashFolder() + "/files/other.txt"), "someone else's");
+    EXPECT_EQ(readFile(QUARANTINE_DIR() + "/cache/c.dat"), "bytes");
+    EXPECT_FALSE(contains(restore().out, cleans.trashed));
+}
+
+TEST(RestoreCentre, DiscardRefusesATrashEntryKelvorDidNotMove) {
+    TwoCleans cleans;
+    // Another program emptied the entry and something else now stands under its name.
+    fs::remove_all(cleans.inTrash);
+    writeFile(cleans.inTrash + "/app.bin", "not ours");
+    auto run = restore({"--path", "2", "--discard"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(readFile(cleans.inTrash + "/app.bin"), "not ours");
 }
 
 }  // namespace
