@@ -16,6 +16,7 @@
 #include "quillet/clean/undo.hpp"
 #include "quillet/i18n/text.hpp"
 #include "quillet/platform/fsops.hpp"
+#include "quillet/platform/home.hpp"
 #include "quillet/platform/remove_tree.hpp"
 #include "quillet/platform/trash.hpp"
 #include "quillet/quarantine/quarantine_store.hpp"
@@ -157,12 +158,40 @@ std::string recoveryHowBack(RecoveryKind kind) {
     return "";
 }
 
+void stampGoneSeen(std::vector<RestorableItem>& rows) {
+    const std::string file = dataDir() + "/gone-seen.json";
+    std::optional<nlohmann::json> seen;
+    {
+        std::ifstream in(file);
+        if (in) {
+            nlohmann::json value = nlohmann::json::parse(in, nullptr, false);
+            if (value.is_object()) seen = std::move(value);
+        }
+    }
+    if (!seen) seen = nlohmann::json::object();
+    bool changed = false;
+    const std::string now = isoNow();
+    for (RestorableItem& row : rows) {
+        if (row.payloadPresent) continue;
+        auto at = seen->find(row.id);
+        if (at != seen->end() && at->is_string()) {
+            row.goneSeenAt = at->get<std::string>();
+            continue;
+        }
+        (*seen)[row.id] = now;
+        row.goneSeenAt = now;
+        changed = true;
+    }
+    if (changed) (void)writeFileAtomically(file, seen->dump());
+}
+
 std::vector<RestorableItem> recoveryItems(std::size_t limit, bool* more) {
     std::vector<RestorableItem> rows;
     addTrashedRows(rows);
     addQuarantinedRows(rows);
     std::stable_sort(rows.begin(), rows.end(),
                      [](const RestorableItem& a, const RestorableItem& b) { return a.when > b.when; });
+    stampGoneSeen(rows);
     if (more) *more = rows.size() > limit;
     if (rows.size() > limit) rows.resize(limit);
     return rows;

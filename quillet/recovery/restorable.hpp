@@ -28,6 +28,7 @@ struct RestorableItem {
     std::string originalPath;
     std::string trashedTo;  // where it is now
     bool payloadPresent = false;
+    std::optional<std::string> goneSeenAt;  // ISO 8601 time the item was first seen missing
     RecoveryKind kind = RecoveryKind::trashed;
 };
 
@@ -36,6 +37,10 @@ inline constexpr std::size_t RECOVERY_LIST_LIMIT = 1000;
 
 // The rows, most recent first, at most `limit`; `more` is set when older rows were left out.
 std::vector<RestorableItem> recoveryItems(std::size_t limit, bool* more = nullptr);
+
+// Gives every row whose item is missing the time it was first seen missing, remembered in
+// "gone-seen.json" in the data folder (written only when a row is newly seen gone).
+void stampGoneSeen(std::vector<RestorableItem>& rows);
 
 // Puts the row's item back at its original place. None on success, else why not (in the current
 // language). Never replaces what stands at the original place now.

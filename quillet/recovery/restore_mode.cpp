@@ -30,7 +30,8 @@ void listRows(const std::vector<RestorableItem>& rows, bool more) {
         const RestorableItem& row = rows[i];
         say("  " + std::to_string(i + 1) + ". [" + recoveryLabel(row.kind) + "] " + escapeControls(row.originalPath) +
             "  (" + fmtBytes(row.bytes) + ") · " + escapeControls(row.owner) + " · " + row.when.substr(0, 10));
-        say("     " + (row.payloadPresent ? recoveryHowBack(row.kind) : trf(S::recoveryPayloadGone)));
+        if (row.payloadPresent) say("     " + recoveryHowBack(row.kind));
+        else say("     " + trf(S::recoveryGoneSince, {row.goneSeenAt.value_or("").substr(0, 10)}));
     }
     if (more) say(trf(S::recoveryMoreRows, {std::to_string(RECOVERY_LIST_LIMIT)}));
 }

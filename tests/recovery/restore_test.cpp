@@ -11,6 +11,7 @@
 
 #include "quillet/clean/manifest.hpp"
 #include "quillet/clean/moved_mark.hpp"
+#include "quillet/platform/home.hpp"
 #include "quillet/platform/trash.hpp"
 #include "quillet/quarantine/ledger.hpp"
 #include "quillet/quarantine/quarantine_store.hpp"
@@ -137,7 +138,14 @@ TEST(RestoreCentre, ARowEmptiedFromTheTrashFailsAndSaysSo) {
     TwoCleans cleans;
     fs::remove_all(cleans.inTrash);
     auto listed = restore();
-    EXPECT_TRUE(contains(listed.out, "gone — no longer where the record says")) << listed.out;
+    const std::string today = isoNow().substr(0, 10);
+    EXPECT_TRUE(contains(listed.out, "gone — not where the record says since " + today)) << listed.out;
+    // The date first seen is kept: a later listing shows the same one, not a new one.
+    nlohmann::json seen = nlohmann::json::parse(readFile(dataDir() + "/gone-seen.json"));
+    ASSERT_EQ(seen.size(), 1u);
+    seen[seen.begin().key()] = "2026-02-03T04:05:06Z";
+    writeFile(dataDir() + "/gone-seen.json", seen.dump());
+    EXPECT_TRUE(contains(restore().out, "since 2026-02-03")) << restore().out;
     auto run = restore({"--path", "2"});
     EXPECT_EQ(run.status, 1);
     EXPECT_TRUE(contains(run.err, "not in the Trash any more")) << run.err;
