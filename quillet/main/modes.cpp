@@ -14,8 +14,10 @@
 #include "quillet/main/support_modes.hpp"
 #include "quillet/platform/printable.hpp"
 #include "quillet/quarantine/quarantine_mode.hpp"
+#include "quillet/recovery/restore_mode.hpp"
 #include "quillet/scan/harness.hpp"
 #include "quillet/space/exclude_mode.hpp"
+#include "quillet/space/forget_mode.hpp"
 #include "quillet/space/unclaimed_mode.hpp"
 
 namespace kelvor {
@@ -37,7 +39,7 @@ constexpr ModeEntry MODE_TABLE[] = {
     {"mcp-install", "connect every AI assistant found on this machine", runMCPInstall},
     {"detect", "AI and developer tool detection report", runUnavailable},
     {"quarantine", "the quarantine ledger report; with --undo, restore from quarantine", runQuarantine},
-    {"forget", "clear what Kelvor keeps about itself", runUnavailable},
+    {"forget", "clear what Kelvor keeps about itself", runForget},
     {"unclaimed", "space no rule accounts for", runUnclaimedMode},
     {"oneclick", "the rule audit (as ruleaudit)", runUnavailable},
     {"ruleaudit", "the rule audit", runUnavailable},
@@ -48,7 +50,7 @@ constexpr ModeEntry MODE_TABLE[] = {
     {"dupes", "duplicate model files, proven by digest", runDupes},
     {"similar", "similar photos and clips", runUnavailable},
     {"trash-others", "what other programs left in the Trash", runTrashOthers},
-    {"restore", "the restore centre: recorded ways back", runUnavailable},
+    {"restore", "the restore centre: recorded ways back", runRestoreCentre},
     {"docker", "Docker images, build cache and simulator runtimes", runUnavailable},
     {"mem", "memory report", runUnavailable},
     {"relocate", "move stores to another disk", runUnavailable},

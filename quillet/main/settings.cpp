@@ -98,6 +98,8 @@ ParsedArguments parseArguments(const std::vector<std::string>& args, const Setti
             flag(s.wantHelp, true);
         } else if (word == "--force") {
             flag(s.cleanForce, true);
+        } else if (word == "--discard") {
+            flag(s.discard, true);
         } else if (word == "--include-unverified") {
             flag(s.cleanUnverified, true);
         } else if (word == "--owner") {

@@ -26,6 +26,7 @@ struct Settings {
     bool cleanYes = false;                   // --yes
     bool wantHelp = false;                   // --help, -h
     bool cleanForce = false;                 // --force
+    bool discard = false;                    // --discard
     std::set<Tier> cleanTiers{Tier::redownload, Tier::regenerate};  // --tier A|B|AB
     bool cleanUnverified = false;            // --include-unverified
     std::optional<std::string> cleanOwner;   // --owner

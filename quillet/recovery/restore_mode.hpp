@@ -1,0 +1,11 @@
+#pragma once
+// `kelvor --mode restore`: the restore centre on the command line.
+#include "quillet/main/settings.hpp"
+
+namespace kelvor {
+
+// Without --path lists the rows, numbered; with --path <number or name fragment> restores that
+// one row. Returns 0, 1 when the restore failed, 2 when --path names no row or several.
+int runRestoreCentre(const Settings& settings);
+
+}  // namespace kelvor
