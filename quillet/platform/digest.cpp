@@ -8,6 +8,8 @@
 #include <memory>
 #include <vector>
 
+#include "quillet/platform/read_advice.hpp"
+
 namespace kelvor {
 
 std::optional<std::string> sha256File(const std::string& path, std::uint64_t& bytesRead) {
@@ -16,7 +18,7 @@ std::optional<std::string> sha256File(const std::string& path, std::uint64_t& by
     std::unique_ptr<int, void (*)(int*)> closer(&fd, [](int* f) { ::close(*f); });
     struct stat st {};
     if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) return std::nullopt;
-    ::fcntl(fd, F_RDAHEAD, 1);  // read ahead: the file is read once, front to back
+    adviseSequentialRead(fd);
     std::unique_ptr<EVP_MD_CTX, void (*)(EVP_MD_CTX*)> context(EVP_MD_CTX_new(), EVP_MD_CTX_free);
     if (!context || EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) != 1) return std::nullopt;
     std::vector<unsigned char> block(DIGEST_BLOCK_BYTES);
