@@ -18,13 +18,7 @@ using testing::runKelvorBinary;
 using testing::TempHome;
 using testing::writeFile;
 
-const std::vector<std::string> ENGLISH = {"LANG=C", "LANGUAGE=", "LC_ALL="};
-
-testing::RunOutput install(const std::vector<std::string>& extra = {}) {
-    std::vector<std::string> args = {"--mode", "mcp-install"};
-    args.insert(args.end(), extra.begin(), extra.end());
-    return runKelvorBinary(args, ENGLISH);
-}
+testing::RunOutput install(const std::vector<std::string>& extra = {}) { return testing::runKelvorMode("mcp-install", extra); }
 
 struct Stamp {
     std::string bytes;

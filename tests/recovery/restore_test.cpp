@@ -27,13 +27,7 @@ using testing::runKelvorBinary;
 using testing::TempHome;
 using testing::writeFile;
 
-const std::vector<std::string> ENGLISH = {"LANG=C", "LANGUAGE=", "LC_ALL="};
-
-testing::RunOutput restore(const std::vector<std::string>& extra = {}) {
-    std::vector<std::string> args = {"--mode", "restore"};
-    args.insert(args.end(), extra.begin(), extra.end());
-    return runKelvorBinary(args, ENGLISH);
-}
+testing::RunOutput restore(const std::vector<std::string>& extra = {}) { return testing::runKelvorMode("restore", extra); }
 
 std::string isoNow() {
     std::time_t now = std::time(nullptr);

@@ -15,13 +15,7 @@ using testing::runKelvorBinary;
 using testing::TempHome;
 using testing::writeFile;
 
-const std::vector<std::string> ENGLISH = {"LANG=C", "LANGUAGE=", "LC_ALL="};
-
-testing::RunOutput exclude(const std::vector<std::string>& extra) {
-    std::vector<std::string> args = {"--mode", "exclude"};
-    args.insert(args.end(), extra.begin(), extra.end());
-    return runKelvorBinary(args, ENGLISH);
-}
+testing::RunOutput exclude(const std::vector<std::string>& extra) { return testing::runKelvorMode("exclude", extra); }
 
 TEST(ExcludeMode, AddListAndRemoveAPath) {
     TempHome home;

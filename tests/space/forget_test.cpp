@@ -26,13 +26,7 @@ using testing::runKelvorBinary;
 using testing::TempHome;
 using testing::writeFile;
 
-const std::vector<std::string> ENGLISH = {"LANG=C", "LANGUAGE=", "LC_ALL="};
-
-testing::RunOutput forget(const std::vector<std::string>& extra = {}) {
-    std::vector<std::string> args = {"--mode", "forget"};
-    args.insert(args.end(), extra.begin(), extra.end());
-    return runKelvorBinary(args, ENGLISH);
-}
+testing::RunOutput forget(const std::vector<std::string>& extra = {}) { return testing::runKelvorMode("forget", extra); }
 
 bool contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 

@@ -62,4 +62,10 @@ RunOutput runKelvorBinary(const std::vector<std::string>& args, const std::vecto
     return result;
 }
 
+RunOutput runKelvorMode(const std::string& mode, const std::vector<std::string>& extra) {
+    std::vector<std::string> args = {"--mode", mode};
+    args.insert(args.end(), extra.begin(), extra.end());
+    return runKelvorBinary(args, {"LANG=C", "LANGUAGE=", "LC_ALL="});
+}
+
 }  // namespace kelvor::testing

@@ -15,4 +15,7 @@ struct RunOutput {
 // child only.
 RunOutput runKelvorBinary(const std::vector<std::string>& args, const std::vector<std::string>& environment = {});
 
+// Runs `kelvor --mode <mode>` with `extra` arguments in English, as the mode tests read its text.
+RunOutput runKelvorMode(const std::string& mode, const std::vector<std::string>& extra = {});
+
 }  // namespace kelvor::testing
