@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <mutex>
 #include <random>
+#include <type_traits>
 
 #include "quillet/clean/clean_plan.hpp"
 #include "quillet/log/log.hpp"
@@ -63,6 +64,11 @@ template <typename T>
 bool take(const nlohmann::json& row, const char* key, T& into) {
     auto found = row.find(key);
     if (found == row.end()) return false;
+    // A number out of range converts with undefined behaviour inside the getter; only a JSON
+    // integer that fits is taken.
+    if constexpr (std::is_same_v<T, std::uint64_t>) {
+        if (!found->is_number_unsigned()) return false;
+    }
     try {
         into = found->get<T>();
     } catch (const nlohmann::json::exception&) {

@@ -7,6 +7,7 @@
 #include "quillet/clean/trash_info.hpp"
 #include "quillet/platform/fsops.hpp"
 #include "quillet/platform/home.hpp"
+#include "quillet/records/json_fields.hpp"
 #include "quillet/records/json_lines.hpp"
 
 namespace kelvor {
@@ -52,11 +53,10 @@ std::optional<MovedMark> movedMark(const std::string& path) {
     for (const JsonLine& line : records->lines) {
         if (!line.value) continue;
         const nlohmann::json& row = *line.value;
-        if (!row.is_object() || row.value("dev", 0ULL) != identity->dev || row.value("ino", 0ULL) != identity->ino)
-            continue;
-        if (percentDecodePath(row.value("path", std::string())) != path) continue;
-        std::optional<std::string> origin = percentDecodePath(row.value("originalPath", std::string()));
-        if (origin && !origin->empty()) found = MovedMark{*origin, row.value("when", std::string())};
+        if (unsignedField(row, "dev") != identity->dev || unsignedField(row, "ino") != identity->ino) continue;
+        if (percentDecodePath(stringField(row, "path").value_or("")) != path) continue;
+        std::optional<std::string> origin = percentDecodePath(stringField(row, "originalPath").value_or(""));
+        if (origin && !origin->empty()) found = MovedMark{*origin, stringField(row, "when").value_or("")};
     }
     return found;
 }

@@ -16,6 +16,7 @@
 #include "quillet/platform/path_inside.hpp"
 #include "quillet/platform/printable.hpp"
 #include "quillet/platform/trash.hpp"
+#include "quillet/records/json_fields.hpp"
 #include "quillet/records/json_record.hpp"
 #include "quillet/records/record_lock.hpp"
 
@@ -94,7 +95,7 @@ Chosen chooseLast(UndoOutcome& outcome) {
             continue;
         }
         const nlohmann::json& value = *record->value;
-        if (value.value("open", false) && recordHeldElsewhere(path)) {
+        if (trueField(value, "open") && recordHeldElsewhere(path)) {
             KelvorLog::write("undo", "skipped a record whose run is still going: " + path);
             continue;
         }
