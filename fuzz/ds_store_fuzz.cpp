@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "fuzz/fuzz_check.hpp"
-#include "quillet/clean/ds_store.hpp"
+#include "quillet/platform/ds_store.hpp"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     // An exact-size copy, so that a read one byte past the file is a finding.

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "fuzz/fuzz_check.hpp"
-#include "quillet/clean/trash_info.hpp"
+#include "quillet/platform/trash_info.hpp"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     std::string_view text(reinterpret_cast<const char*>(data), size);

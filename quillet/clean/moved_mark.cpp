@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
-#include "quillet/clean/trash_info.hpp"
+#include "quillet/platform/trash_info.hpp"
 #include "quillet/platform/fsops.hpp"
 #include "quillet/platform/home.hpp"
 #include "quillet/records/json_fields.hpp"

@@ -5,7 +5,7 @@
 #include <filesystem>
 
 #include "quillet/clean/moved_mark.hpp"
-#include "quillet/clean/trash_info.hpp"
+#include "quillet/platform/trash_info.hpp"
 #include "quillet/i18n/text.hpp"
 #include "quillet/log/log.hpp"
 #include "quillet/main/remove_root.hpp"

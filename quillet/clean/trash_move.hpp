@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "quillet/clean/time_stamps.hpp"
+#include "quillet/platform/time_stamps.hpp"
 #include "quillet/platform/fsops.hpp"
 
 namespace kelvor {

@@ -6,7 +6,7 @@
 #include <filesystem>
 
 #include "quillet/clean/moved_mark.hpp"
-#include "quillet/clean/time_stamps.hpp"
+#include "quillet/platform/time_stamps.hpp"
 #include "quillet/clean/trash_move.hpp"
 #include "quillet/i18n/text.hpp"
 #include "quillet/log/log.hpp"

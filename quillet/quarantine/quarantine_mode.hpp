@@ -1,6 +1,6 @@
 #pragma once
 // `kelvor --mode quarantine`: the ledger report, or with `--undo` a restore.
-#include "quillet/clean/time_stamps.hpp"
+#include "quillet/platform/time_stamps.hpp"
 #include "quillet/main/settings.hpp"
 
 namespace kelvor {

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "quillet/clean/time_stamps.hpp"
+#include "quillet/platform/time_stamps.hpp"
 #include "quillet/platform/fsops.hpp"
 #include "quillet/platform/result.hpp"
 #include "quillet/quarantine/ledger.hpp"

@@ -8,7 +8,7 @@
 #include <regex>
 
 #include "quillet/clean/moved_mark.hpp"
-#include "quillet/clean/trash_info.hpp"
+#include "quillet/platform/trash_info.hpp"
 #include "quillet/clean/trash_move.hpp"
 #include "quillet/clean/trash_others.hpp"
 #include "quillet/platform/fsops.hpp"

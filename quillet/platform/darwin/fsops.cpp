@@ -4,7 +4,7 @@
 #include <sys/stat.h>
 #include <sys/xattr.h>
 
-#include "quillet/clean/time_stamps.hpp"
+#include "quillet/platform/time_stamps.hpp"
 #include "quillet/platform/trash.hpp"
 
 namespace kelvor {

@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <map>
 
-#include "quillet/clean/ds_store.hpp"
+#include "quillet/platform/ds_store.hpp"
 #include "quillet/platform/home.hpp"
 #include "quillet/platform/path_parts.hpp"
 

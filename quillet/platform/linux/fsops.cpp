@@ -6,7 +6,7 @@
 
 #include <cstdio>
 
-#include "quillet/clean/time_stamps.hpp"
+#include "quillet/platform/time_stamps.hpp"
 #include "quillet/platform/trash.hpp"
 
 namespace kelvor {

@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "quillet/clean/trash_info.hpp"
+#include "quillet/platform/trash_info.hpp"
 #include "quillet/platform/fsops.hpp"
 #include "quillet/platform/home.hpp"
 #include "quillet/platform/mount_table.hpp"

@@ -1,4 +1,4 @@
-#include "quillet/clean/ds_store.hpp"
+#include "quillet/platform/ds_store.hpp"
 
 #include <cstdint>
 #include <fstream>

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "quillet/clean/trash_info.hpp"
+#include "quillet/platform/trash_info.hpp"
 
 namespace kelvor {
 namespace {

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "quillet/clean/ds_store.hpp"
+#include "quillet/platform/ds_store.hpp"
 #include "tests/support/temp_home.hpp"
 
 namespace kelvor {

@@ -1,4 +1,4 @@
-#include "quillet/clean/time_stamps.hpp"
+#include "quillet/platform/time_stamps.hpp"
 
 #include <cstdio>
 #include <ctime>

@@ -1,4 +1,4 @@
-#include "quillet/clean/trash_info.hpp"
+#include "quillet/platform/trash_info.hpp"
 
 namespace kelvor {
 

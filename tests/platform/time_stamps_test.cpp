@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "quillet/clean/time_stamps.hpp"
+#include "quillet/platform/time_stamps.hpp"
 
 namespace kelvor {
 namespace {
