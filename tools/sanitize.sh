@@ -1,8 +1,7 @@
 #!/usr/bin/env bash
 # The suite under AddressSanitizer and UndefinedBehaviorSanitizer (clang, with the fuzz targets),
 # each fuzz target for a bounded time, and the tests of what runs on several threads under
-# ThreadSanitizer. Any finding fails the run. Run tools/setup.sh first. Not yet part of
-# tools/test.sh: it joins CI once a whole run of it has passed there.
+# ThreadSanitizer. Any finding fails the run. tools/test.sh runs it after tools/setup.sh.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
