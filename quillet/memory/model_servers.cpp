@@ -17,7 +17,7 @@ const std::vector<ModelServerKind> MODEL_SERVER_KINDS = {
      .stopCommands = {"ollama ps", "ollama stop <model>", "sudo systemctl stop ollama"}},
     {.name = "LM Studio",
      .programs = {"lm studio", "lm-studio", "lmstudio", "llmster"},
-     .markers = {"/lm studio.app/", "/.lmstudio/", "/.cache/lm-studio/", "lm-studio.appimage", "lm_studio"},
+     .markers = {"/lm studio.app/", "/.lmstudio/", "/.cache/lm-studio/", "lm-studio.appimage"},
      .stopCommands = {"lms unload --all", "lms server stop"}},
     {.name = "llama.cpp server",
      .programs = {"llama-server", "llama-cpp-server", "llama.cpp-server"},
@@ -28,8 +28,7 @@ const std::vector<ModelServerKind> MODEL_SERVER_KINDS = {
     {.name = "SGLang", .modules = {"sglang.launch_server"}},
     {.name = "Text Generation Inference", .programs = {"text-generation-launcher", "text-generation-server"}},
     {.name = "text-generation-webui", .markers = {"text-generation-webui", "text_generation_webui"}},
-    {.name = "koboldcpp", .programs = {"koboldcpp", "koboldcpp.py", "koboldcpp-linux-x64", "koboldcpp-mac-arm64"},
-     .markers = {"koboldcpp"}},
+    {.name = "koboldcpp", .programs = {"koboldcpp", "koboldcpp.py", "koboldcpp-linux-x64", "koboldcpp-mac-arm64"}},
     {.name = "LocalAI", .programs = {"local-ai", "localai"}, .stopCommands = {"sudo systemctl stop local-ai"}},
     {.name = "GPT4All", .programs = {"gpt4all"}, .markers = {"/gpt4all/bin/", "gpt4all.app/"}},
 };
@@ -69,24 +68,25 @@ bool contains(const std::vector<std::string_view>& list, std::string_view value)
     return std::find(list.begin(), list.end(), value) != list.end();
 }
 
-// The command-line word that names the running program, and the index after it: the script an
-// interpreter runs, else the first word.
+// A word that names the running program (the executable, the first argument, the script an
+// interpreter runs), its base name, and the index of the argument after it.
 struct Program {
+    std::string word;
     std::string name;
     size_t next = 0;
 };
 
 std::vector<Program> programsOf(const Proc& proc, const std::vector<std::string>& argv) {
     std::vector<Program> programs;
-    if (!proc.path.empty()) programs.push_back({lower(baseName(proc.path)), 1});
+    if (!proc.path.empty()) programs.push_back({lower(proc.path), lower(baseName(proc.path)), 1});
     if (argv.empty()) return programs;
-    programs.push_back({std::string(baseName(argv[0])), 1});
+    programs.push_back({argv[0], std::string(baseName(argv[0])), 1});
     if (!isInterpreter(programs.back().name)) return programs;
     for (size_t i = 1; i < argv.size(); ++i) {
         if (argv[i] == "-m" || argv[i] == "-c") break;  // a module or inline code, not a script
         if (argv[i].starts_with('-')) continue;
         if (argv[i] == "run") continue;  // "uv run <script>"
-        programs.push_back({std::string(baseName(argv[i])), i + 1});
+        programs.push_back({argv[i], std::string(baseName(argv[i])), i + 1});
         break;
     }
     return programs;
@@ -119,11 +119,13 @@ const ModelServerKind* recogniseModelServer(const Proc& proc, const std::vector<
     if (proc.args.empty() && proc.path.empty()) return nullptr;  // a kernel thread
     const std::vector<std::string> argv = words(proc.args);
     const std::vector<Program> programs = programsOf(proc, argv);
-    const std::string haystack = lower(proc.path) + " " + lower(proc.args);
     for (const ModelServerKind& kind : kinds) {
         if (programMatches(programs, argv, kind) || moduleMatches(argv, kind)) return &kind;
+        // Markers are looked for in what runs, never in the other arguments: an editor or a grep
+        // with a server's folder on its command line is not that server.
         for (std::string_view marker : kind.markers)
-            if (haystack.find(marker) != std::string::npos) return &kind;
+            for (const Program& program : programs)
+                if (program.word.find(marker) != std::string::npos) return &kind;
     }
     return nullptr;
 }

@@ -18,7 +18,8 @@ struct ModelServerKind {
     std::vector<std::string_view> subcommands = {};
     // Python modules run with "-m" that are this server (a module or its submodules).
     std::vector<std::string_view> modules = {};
-    // Lower-case pieces of the executable path or the command line that only this server has.
+    // Lower-case pieces of the path of what runs (the executable, or the script an interpreter
+    // runs) that only this server has: the folder it is installed in.
     std::vector<std::string_view> markers = {};
     // The tool's own ways to make it let go of its models, most gentle first. The process's
     // own kill is not listed here: every server has it last.
