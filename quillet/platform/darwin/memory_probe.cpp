@@ -2,6 +2,7 @@
 
 #include <libproc.h>
 #include <mach/mach.h>
+#include <mach/vm_page_size.h>
 #include <sys/proc_info.h>
 #include <sys/stat.h>
 #include <sys/sysctl.h>
@@ -59,8 +60,11 @@ public:
 
     Result<ProcessMemory> processMemory(std::int32_t pid) override {
         struct proc_taskinfo task {};
-        if (::proc_pidinfo(pid, PROC_PIDTASKINFO, 0, &task, sizeof task) != sizeof task)
-            return errnoError("read the memory of process " + std::to_string(pid), errno ? errno : ESRCH);
+        if (::proc_pidinfo(pid, PROC_PIDTASKINFO, 0, &task, sizeof task) != sizeof task) {
+            // A process that has ended answers ESRCH; callers know that as "nothing is there".
+            const int code = errno == ESRCH || errno == 0 ? ENOENT : errno;
+            return errnoError("read the memory of process " + std::to_string(pid), code);
+        }
         ProcessMemory memory;
         memory.residentBytes = task.pti_resident_size;
         std::set<std::string> seen;
