@@ -130,9 +130,19 @@ const ModelServerKind* recogniseModelServer(const Proc& proc, const std::vector<
     return nullptr;
 }
 
-std::vector<std::string> stopCommandsFor(const ModelServerKind& kind, std::int32_t pid) {
+std::vector<std::string> stopCommandsFor(const ModelServerKind& kind, std::int32_t pid,
+                                         const std::vector<std::string>& modelNames) {
     std::vector<std::string> commands;
-    for (std::string_view command : kind.stopCommands) commands.emplace_back(command);
+    for (std::string_view command : kind.stopCommands) {
+        size_t at = command.find(MODEL_PLACEHOLDER);
+        if (at == std::string_view::npos || modelNames.empty()) {
+            commands.emplace_back(command);
+            continue;
+        }
+        for (const std::string& name : modelNames)
+            commands.push_back(std::string(command.substr(0, at)) + name +
+                               std::string(command.substr(at + MODEL_PLACEHOLDER.size())));
+    }
     commands.push_back("kill " + std::to_string(pid));
     return commands;
 }

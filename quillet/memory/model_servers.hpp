@@ -26,6 +26,9 @@ struct ModelServerKind {
     std::vector<std::string_view> stopCommands = {};
 };
 
+// Where a stop command needs the name of a loaded model ("ollama stop <model>").
+inline constexpr std::string_view MODEL_PLACEHOLDER = "<model>";
+
 // Every kind this report knows, most specific first. Built once, never changed.
 extern const std::vector<ModelServerKind> MODEL_SERVER_KINDS;
 
@@ -34,6 +37,9 @@ const ModelServerKind* recogniseModelServer(const Proc& proc,
                                             const std::vector<ModelServerKind>& kinds = MODEL_SERVER_KINDS);
 
 // The commands that stop a server of `kind` running as `pid`: the tool's own, then "kill <pid>".
-std::vector<std::string> stopCommandsFor(const ModelServerKind& kind, std::int32_t pid);
+// A command with MODEL_PLACEHOLDER is given once per name in `modelNames`, or kept as it is
+// when there are none. The names must already be safe to paste into a shell.
+std::vector<std::string> stopCommandsFor(const ModelServerKind& kind, std::int32_t pid,
+                                         const std::vector<std::string>& modelNames = {});
 
 }  // namespace kelvor

@@ -18,6 +18,12 @@ inline constexpr std::uint64_t LARGE_MAPPED_FILE_BYTES = 100ull * 1000 * 1000;
 // ".bin", ".pt", …), or at least LARGE_MAPPED_FILE_BYTES and not a shared library.
 bool isModelFile(const MappedFile& file);
 
+// The models Ollama's manifests say use the blob at `blobPath` ("<models>/blobs/sha256-<hex>"),
+// as "ollama stop" names them ("llama3.2:3b"). A name with anything but letters, digits and
+// ". _ : / -" is left out: it comes from folder names on disk and ends up in a command a person
+// may paste into a shell.
+std::vector<std::string> ollamaModelNames(const std::string& blobPath);
+
 struct RunningModelServer {
     Proc proc;
     const ModelServerKind* kind = nullptr;

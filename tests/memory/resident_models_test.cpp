@@ -82,6 +82,37 @@ TEST(ResidentModels, AnUnreadableTableIsSaidNotHiddenAsNoServers) {
     EXPECT_TRUE(found.servers.empty());
 }
 
+TEST(ResidentModels, OllamaIsToldToStopTheModelsItsManifestsNameAndNoUnsafeName) {
+    testing::TempHome home;
+    const std::string models = home / "ollama/models";
+    const std::string digest(64, 'c');
+    const std::string blob = models + "/blobs/sha256-" + digest;
+    testing::writeFile(blob, "GGUF weights");
+    const std::string manifest = R"({"layers":[{"digest":"sha256:)" + digest + R"("}]})";
+    testing::writeFile(models + "/manifests/registry.ollama.ai/library/llama3.2/3b", manifest);
+    testing::writeFile(models + "/manifests/registry.ollama.ai/ana/helper/latest", manifest);
+    // A folder name is anyone's to choose; pasted into a shell it would run.
+    testing::writeFile(models + "/manifests/registry.ollama.ai/library/$(reboot)/latest", manifest);
+    testing::writeFile(models + "/manifests/registry.ollama.ai/library/--help/latest", manifest);
+
+    EXPECT_EQ(ollamaModelNames(blob), (std::vector<std::string>{"ana/helper:latest", "llama3.2:3b"}));
+    EXPECT_TRUE(ollamaModelNames(models + "/elsewhere/sha256-" + digest).empty());
+
+    testing::FakeProcessTable table;
+    table.procs = std::vector<Proc>{process(20, "/usr/bin/ollama runner --model " + blob)};
+    testing::FakeMemoryProbe probe;
+    probe.processes[20] = ProcessMemory{2'000 * MB, {{blob, 2'000 * MB}}};
+    RunningModelServers found = findRunningModelServers(table, probe);
+    ASSERT_EQ(found.servers.size(), 1u);
+    const std::vector<std::string>& commands = found.servers[0].stopCommands;
+    EXPECT_NE(std::find(commands.begin(), commands.end(), "ollama stop llama3.2:3b"), commands.end());
+    EXPECT_NE(std::find(commands.begin(), commands.end(), "ollama stop ana/helper:latest"), commands.end());
+    for (const std::string& command : commands) {
+        EXPECT_EQ(command.find("reboot"), std::string::npos) << command;
+        EXPECT_EQ(command.find("<model>"), std::string::npos) << command;
+    }
+}
+
 TEST(ResidentModelsOnThisMachine, AServerThatMapsItsWeightsIsFoundWithThemResident) {
     testing::TempHome home;
     const std::string weights = home / "models/tiny-llama-q8_0.gguf";
