@@ -1,6 +1,8 @@
 #include "quillet/automation/tool_memory.hpp"
 
+#include <algorithm>
 #include <string>
+#include <string_view>
 
 #include "quillet/i18n/text.hpp"
 #include "quillet/memory/resident_models.hpp"
@@ -20,6 +22,42 @@ void putBytes(Json& into, const std::string& key, const std::optional<std::uint6
     into[key + "_human"] = fmtBytes(*bytes);
 }
 
+// Servers take their API keys and tokens on the command line (llama-server and vLLM's
+// --api-key, --hf-token); the assistant is told what runs, never those.
+std::string withoutSecrets(std::string_view args) {
+    constexpr std::string_view HIDDEN = "<hidden>";
+    auto secretOption = [](std::string_view word) {
+        if (!word.starts_with('-')) return false;
+        std::string lowered(word.substr(0, word.find('=')));
+        for (char& c : lowered)
+            if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+        for (std::string_view secret : {"key", "token", "secret", "password", "passwd", "auth"})
+            if (lowered.find(secret) != std::string::npos) return true;
+        return false;
+    };
+    std::string out;
+    bool hideNext = false;
+    size_t at = 0;
+    for (;;) {
+        size_t end = std::min(args.find(' ', at), args.size());
+        std::string_view word = args.substr(at, end - at);
+        if (at > 0) out += ' ';
+        if (hideNext && !word.empty()) {
+            out += HIDDEN;
+            hideNext = false;
+        } else if (secretOption(word) && word.find('=') != std::string_view::npos) {
+            out += word.substr(0, word.find('=') + 1);
+            out += HIDDEN;
+        } else {
+            hideNext = hideNext || secretOption(word);
+            out += word;
+        }
+        if (end == args.size()) break;
+        at = end + 1;
+    }
+    return out;
+}
+
 Json pressureOf(const MemorySnapshot& snapshot) {
     Json pressure{{"verdict", pressureVerdictName(snapshot.verdict)}};
     if (snapshot.someAverage10) pressure["some_avg10_percent"] = *snapshot.someAverage10;
@@ -29,7 +67,7 @@ Json pressureOf(const MemorySnapshot& snapshot) {
 
 Json serverOf(const RunningModelServer& server) {
     Json entry{{"pid", server.proc.pid}, {"server", server.kind->name}, {"executable", server.proc.path},
-               {"command_line", server.proc.args}};
+               {"command_line", withoutSecrets(server.proc.args)}};
     if (server.memoryUnreadable) {
         entry["resident_bytes"] = nullptr;
     } else {

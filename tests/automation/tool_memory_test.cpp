@@ -69,6 +69,28 @@ TEST(ToolMemory, ReportsTheVerdictTheFiguresAndEachServerWithItsStopCommands) {
     EXPECT_FALSE(says(payload, S::memoryNoVerdict));
 }
 
+TEST(ToolMemory, KeysAndTokensOnACommandLineAreNotPassedOn) {
+    struct Case {
+        const char* args;
+        const char* shown;
+    };
+    const Case cases[] = {
+        {"llama-server -m a.gguf --api-key sk-live-123 --port 8080", "llama-server -m a.gguf --api-key <hidden> --port 8080"},
+        {"vllm serve Qwen --API-KEY=abc --hf-token hf_xyz", "vllm serve Qwen --API-KEY=<hidden> --hf-token <hidden>"},
+        {"llama-server --api-key", "llama-server --api-key"},
+        {"llama-server  -m  b.gguf", "llama-server  -m  b.gguf"},
+    };
+    for (const Case& each : cases) {
+        testing::FakeMemoryProbe probe;
+        testing::FakeProcessTable table;
+        table.procs = std::vector<Proc>{process(5, "/usr/bin/llama-server", each.args)};
+        probe.processes[5] = ProcessMemory{};
+        Json payload = toolMemory(probe, table);
+        ASSERT_EQ(payload["model_servers"].size(), 1u) << each.args;
+        EXPECT_EQ(payload["model_servers"][0]["command_line"], each.shown) << each.args;
+    }
+}
+
 TEST(ToolMemory, WhatCannotBeKnownIsSaidAndNeverShownAsZero) {
     testing::FakeMemoryProbe probe;  // an old kernel: no pressure file, nothing but the process table
     testing::FakeProcessTable table;
