@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <mutex>
 #include <sstream>
 
+#include "quillet/automation/server.hpp"
 #include "quillet/automation/tool_duplicates.hpp"
 #include "quillet/i18n/text.hpp"
 #include "tests/support/model_server_stand_in.hpp"
@@ -86,6 +88,36 @@ TEST(ToolDuplicatesThroughTheServer, FindsTheCopiesUnderTheHomeFolder) {
     EXPECT_EQ(payload["groups"][0]["keeper"], home / "backup/a.safetensors");
     EXPECT_EQ(payload["total_reclaimable"], 3 * MIB);
     EXPECT_TRUE(payload.contains("_trust"));
+}
+
+TEST(ToolDuplicatesThroughTheServer, ACallWithAProgressTokenHearsProgressBeforeTheAnswer) {
+    testing::TempHome home;
+    testing::writeWeightsFile(home / "x/m.gguf", 2 * MIB);
+    std::mutex lock;
+    std::vector<Json> sent;
+    {
+        McpServer server(
+            [&](const std::string& line) {
+                std::lock_guard<std::mutex> hold(lock);
+                sent.push_back(Json::parse(line));
+            },
+            1);
+        server.receive(Json{{"jsonrpc", "2.0"},
+                            {"id", 4},
+                            {"method", "tools/call"},
+                            {"params", {{"name", "kelvor_duplicates"},
+                                        {"arguments", {{"min_mb", 1}}},
+                                        {"_meta", {{"progressToken", "dupes-1"}}}}}}
+                           .dump());
+        server.finish();
+    }
+    ASSERT_GE(sent.size(), 2u);
+    for (std::size_t i = 0; i + 1 < sent.size(); ++i) {
+        EXPECT_EQ(sent[i]["method"], "notifications/progress") << sent[i].dump();
+        EXPECT_EQ(sent[i]["params"]["progressToken"], "dupes-1");
+    }
+    EXPECT_EQ(sent.back()["id"], 4);
+    EXPECT_EQ(sent.back()["result"]["isError"], false);
 }
 
 }  // namespace
