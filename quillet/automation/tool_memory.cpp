@@ -120,6 +120,10 @@ Json toolMemory(MemoryProbe& probe, ProcessTable& table) {
     } else {
         briefing += " " + trf(S::memoryServersAdvice);
     }
+    if (found.othersHidden) {
+        payload["other_users_processes_hidden"] = true;
+        briefing += " " + trf(S::memoryOthersHidden);
+    }
     if (snapshot.verdict == PressureVerdict::unknown) briefing += " " + trf(S::memoryNoVerdict);
     payload["for_the_assistant"] = briefing;
     return payload;

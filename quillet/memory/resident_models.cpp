@@ -66,6 +66,7 @@ RunningModelServers findRunningModelServers(ProcessTable& table, MemoryProbe& pr
         found.tableUnreadable = true;
         return found;
     }
+    found.othersHidden = table.othersHidden();
     for (const Proc& proc : *procs) {
         const ModelServerKind* kind = recogniseModelServer(proc);
         if (!kind) continue;

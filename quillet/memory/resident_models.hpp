@@ -37,6 +37,7 @@ struct RunningModelServer {
 struct RunningModelServers {
     std::vector<RunningModelServer> servers;  // largest resident first
     bool tableUnreadable = false;              // the process table itself could not be read
+    bool othersHidden = false;                 // other users' processes are hidden from this one
 };
 
 // Every recognised model server in `table`, measured through `probe`. A process that ends while

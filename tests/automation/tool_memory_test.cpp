@@ -113,6 +113,13 @@ TEST(ToolMemory, WhatCannotBeKnownIsSaidAndNeverShownAsZero) {
     table.procs = std::vector<Proc>{};
     payload = toolMemory(probe, table);
     EXPECT_TRUE(says(payload, S::memoryNoServers));
+    EXPECT_FALSE(says(payload, S::memoryOthersHidden));
+
+    // An empty-looking table that hides other users' processes is not trusted as empty.
+    table.hidden = true;
+    payload = toolMemory(probe, table);
+    EXPECT_EQ(payload["other_users_processes_hidden"], true);
+    EXPECT_TRUE(says(payload, S::memoryOthersHidden));
 }
 
 TEST(ToolMemoryThroughTheServer, NamesARunningModelServerWithItsResidentSize) {
