@@ -5,6 +5,8 @@
 #include <optional>
 #include <cstdlib>
 
+#include "quillet/automation/tool_duplicates.hpp"
+#include "quillet/automation/tool_memory.hpp"
 #include "quillet/i18n/text.hpp"
 
 namespace kelvor {
@@ -118,11 +120,15 @@ const std::vector<McpTool> MCP_TOOLS = {
      schema(Json::object()), ToolBody{}},
     {"kelvor_memory",
      R"TXT(Unified-memory picture: the kernel's own pressure verdict, swap, compressed, plus model-serving daemons (Ollama, LM Studio, llama.cpp, MLX...) holding weights resident — with the tool's own stop command. Report-only.)TXT",
-     schema(Json::object()), ToolBody{}},
+     schema(Json::object()),
+     [](const Json&, OperationContext&) { return ToolOutcome{toolMemory(), false}; }},
     {"kelvor_duplicates",
      R"TXT(Find byte-identical duplicate model files across tools (Ollama blobs, HuggingFace hub, wild GGUF/safetensors), proven by digest. Report-only; slower (full-disk sweep).)TXT",
      schema(Json{
-                  {"min_mb", property("number", "Minimum file size in MB (default 100)")}}), ToolBody{}},
+                  {"min_mb", property("number", "Minimum file size in MB (default 100)")}}),
+     [](const Json& arguments, OperationContext& context) {
+         return ToolOutcome{toolDuplicates(arguments.value("min_mb", 100.0), context), false};
+     }},
 };
 
 const McpTool* findMcpTool(std::span<const McpTool> tools, std::string_view name) {

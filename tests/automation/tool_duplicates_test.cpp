@@ -1,0 +1,124 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <mutex>
+#include <sstream>
+
+#include "quillet/automation/server.hpp"
+#include "quillet/automation/tool_duplicates.hpp"
+#include "quillet/i18n/text.hpp"
+#include "tests/support/model_server_stand_in.hpp"
+#include "tests/support/run_program.hpp"
+#include "tests/support/temp_home.hpp"
+
+namespace kelvor {
+namespace {
+
+constexpr std::uint64_t MIB = 1 << 20;
+
+TEST(ToolDuplicates, ReportsIdenticalCopiesWithTheirKeeperAndMovesNothing) {
+    testing::TempHome home;
+    const std::string first = home / "Downloads/llama-3.2-3b-q4.gguf";
+    const std::string second = home / "projects/bot/models/llama-3.2-3b-q4.gguf";
+    const std::string sameSizeOtherBytes = home / "projects/bot/models/other.gguf";
+    testing::writeWeightsFile(first, 2 * MIB);
+    testing::writeWeightsFile(second, 2 * MIB);
+    testing::writeFile(sameSizeOtherBytes, "GGUF" + std::string(2 * MIB - 4, 'q'));
+    testing::writeWeightsFile(home / "small/tiny.gguf", MIB / 2);
+    testing::writeWeightsFile(home / "small/tiny-copy.gguf", MIB / 2);
+
+    std::vector<OperationProgress> progress;
+    OperationContext context([&](const OperationProgress& each) { progress.push_back(each); });
+    Json payload = duplicatesReport(home.path(), 1, context);
+
+    EXPECT_EQ(payload["candidates"]["sweep"], 3) << "files under the minimum are not candidates";
+    ASSERT_EQ(payload["groups"].size(), 1u) << payload.dump(1);
+    const Json& group = payload["groups"][0];
+    EXPECT_EQ(group["bytes"], 2 * MIB);
+    EXPECT_EQ(group["keeper"], first) << "the byte-wise smaller path stays";
+    ASSERT_EQ(group["copies"].size(), 2u);
+    EXPECT_EQ(group["copies"][1]["path"], second);
+    EXPECT_EQ(group["copies"][1]["keeper"], false);
+    EXPECT_EQ(group["sha256"].get<std::string>().size(), 64u);
+    EXPECT_EQ(payload["total_reclaimable"], 2 * MIB);
+    EXPECT_EQ(payload["note"], "byte-identical only; same model in different formats is intentionally not reported");
+    EXPECT_EQ(payload["for_the_assistant"], trf(S::dupesToolBriefing));
+    // Report only: every copy is where it was.
+    for (const std::string& path : {first, second, sameSizeOtherBytes})
+        EXPECT_TRUE(std::filesystem::exists(path)) << path;
+
+    ASSERT_GE(progress.size(), 2u);
+    for (std::size_t i = 1; i < progress.size(); ++i) EXPECT_GT(progress[i].progress, progress[i - 1].progress);
+    EXPECT_EQ(progress.back().progress, progress.back().total.value_or(-1)) << "the last report says it is done";
+}
+
+TEST(ToolDuplicates, AMinimumBelowOneMegabyteIsRaisedSoEmptyFilesAreNeverDuplicates) {
+    testing::TempHome home;
+    testing::writeFile(home / "a/empty.bin", "");
+    testing::writeFile(home / "b/empty.bin", "");
+    testing::writeFile(home / "a/small.pt", std::string(1000, 'p'));
+    testing::writeFile(home / "b/small.pt", std::string(1000, 'p'));
+    for (double asked : {0.0, -5.0, 0.001, std::nan("")}) {
+        OperationContext context;
+        Json payload = duplicatesReport(home.path(), asked, context);
+        EXPECT_EQ(payload["min_mb"], 1.0) << asked;
+        EXPECT_TRUE(payload["groups"].empty()) << asked;
+        EXPECT_EQ(payload["total_reclaimable"], 0) << asked;
+        EXPECT_EQ(payload["for_the_assistant"], trf(S::dupesToolNoneBriefing)) << asked;
+    }
+}
+
+TEST(ToolDuplicatesThroughTheServer, FindsTheCopiesUnderTheHomeFolder) {
+    testing::TempHome home;
+    testing::writeWeightsFile(home / "models/a.safetensors", 3 * MIB);
+    testing::writeWeightsFile(home / "backup/a.safetensors", 3 * MIB);
+    const std::string call =
+        R"({"jsonrpc":"2.0","id":"d","method":"tools/call","params":{"name":"kelvor_duplicates","arguments":{"min_mb":"2"}}})";
+    testing::RunOutput run = testing::runProgram({KELVOR_BINARY, "--mode", "mcp"}, call + "\n");
+    ASSERT_EQ(run.status, 0) << run.err;
+    std::istringstream lines(run.out);
+    std::string line;
+    ASSERT_TRUE(std::getline(lines, line)) << run.out;
+    Json answer = Json::parse(line);
+    ASSERT_EQ(answer["result"]["isError"], false) << line;
+    Json payload = Json::parse(answer["result"]["content"][0]["text"].get<std::string>());
+    EXPECT_EQ(payload["root"], home.path());
+    EXPECT_EQ(payload["min_mb"], 2.0);
+    ASSERT_EQ(payload["groups"].size(), 1u) << payload.dump(1);
+    EXPECT_EQ(payload["groups"][0]["keeper"], home / "backup/a.safetensors");
+    EXPECT_EQ(payload["total_reclaimable"], 3 * MIB);
+    EXPECT_TRUE(payload.contains("_trust"));
+}
+
+TEST(ToolDuplicatesThroughTheServer, ACallWithAProgressTokenHearsProgressBeforeTheAnswer) {
+    testing::TempHome home;
+    testing::writeWeightsFile(home / "x/m.gguf", 2 * MIB);
+    std::mutex lock;
+    std::vector<Json> sent;
+    {
+        McpServer server(
+            [&](const std::string& line) {
+                std::lock_guard<std::mutex> hold(lock);
+                sent.push_back(Json::parse(line));
+            },
+            1);
+        server.receive(Json{{"jsonrpc", "2.0"},
+                            {"id", 4},
+                            {"method", "tools/call"},
+                            {"params", {{"name", "kelvor_duplicates"},
+                                        {"arguments", {{"min_mb", 1}}},
+                                        {"_meta", {{"progressToken", "dupes-1"}}}}}}
+                           .dump());
+        server.finish();
+    }
+    ASSERT_GE(sent.size(), 2u);
+    for (std::size_t i = 0; i + 1 < sent.size(); ++i) {
+        EXPECT_EQ(sent[i]["method"], "notifications/progress") << sent[i].dump();
+        EXPECT_EQ(sent[i]["params"]["progressToken"], "dupes-1");
+    }
+    EXPECT_EQ(sent.back()["id"], 4);
+    EXPECT_EQ(sent.back()["result"]["isError"], false);
+}
+
+}  // namespace
+}  // namespace kelvor

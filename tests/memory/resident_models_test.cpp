@@ -1,0 +1,141 @@
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "quillet/memory/resident_models.hpp"
+#include "tests/guards/fake_process_table.hpp"
+#include "tests/memory/fake_memory_probe.hpp"
+#include "tests/support/model_server_stand_in.hpp"
+#include "tests/support/temp_home.hpp"
+
+namespace kelvor {
+namespace {
+
+constexpr std::uint64_t MB = 1000 * 1000;
+
+Proc process(std::int32_t pid, std::string args) {
+    Proc proc;
+    proc.pid = pid;
+    proc.args = std::move(args);
+    return proc;
+}
+
+TEST(ResidentModels, WeightsAreToldByExtensionOrBySizeButLibrariesNever) {
+    struct Case {
+        const char* path;
+        std::uint64_t bytes;
+        bool model;
+    };
+    const Case cases[] = {
+        {"/m/qwen2.5-7b-q4_k_m.gguf", 4 * MB, true},
+        {"/m/model-00001-of-00004.safetensors", 2 * MB, true},
+        {"/m/pytorch_model.bin", 1 * MB, true},
+        {"/m/consolidated.pth", 1 * MB, true},
+        // Ollama's blobs have no extension: only their size tells.
+        {"/usr/share/ollama/.ollama/models/blobs/sha256-6a0746a1ec1a", 4'700 * MB, true},
+        {"/usr/share/ollama/.ollama/models/blobs/sha256-966de95ca8a6", 1'400, false},
+        {"/usr/lib/x86_64-linux-gnu/libcublasLt.so.12.4.5.8", 500 * MB, false},
+        {"/usr/lib/ollama/libggml-cuda.so", 300 * MB, false},
+        {"/System/Library/Frameworks/Metal.framework/libMetal.dylib", 120 * MB, false},
+        {"/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf", 700'000, false},
+        {"/usr/lib/locale/locale-archive", 3 * MB, false},
+        {"/m/.gguf", 1 * MB, false},
+    };
+    for (const Case& each : cases)
+        EXPECT_EQ(isModelFile(MappedFile{each.path, each.bytes}), each.model) << each.path;
+}
+
+TEST(ResidentModels, ServersAreMeasuredAndListedLargestFirst) {
+    testing::FakeProcessTable table;
+    table.procs = std::vector<Proc>{process(10, "ollama serve"), process(11, "/usr/bin/bash"),
+                                    process(12, "llama-server -m a.gguf"), process(13, "ollama runner --model x"),
+                                    process(14, "vllm serve Qwen")};
+    testing::FakeMemoryProbe probe;
+    probe.processes[10] = ProcessMemory{80 * MB, {{"/usr/lib/ollama/libggml-cuda.so", 300 * MB}}};
+    probe.processes[11] = ProcessMemory{5 * MB, {}};
+    probe.processes[12] = ProcessMemory{900 * MB, {{"/m/a.gguf", 4'000 * MB}, {"/usr/lib/libc.so.6", 2 * MB}}};
+    // 13 ended between the listing and the measuring; 14 belongs to someone this user may not read.
+    probe.failures[14] = EACCES;
+
+    RunningModelServers found = findRunningModelServers(table, probe);
+    EXPECT_FALSE(found.tableUnreadable);
+    ASSERT_EQ(found.servers.size(), 3u);
+    EXPECT_EQ(found.servers[0].proc.pid, 12);
+    EXPECT_EQ(found.servers[0].residentBytes, 900 * MB);
+    ASSERT_EQ(found.servers[0].modelFiles.size(), 1u);
+    EXPECT_EQ(found.servers[0].modelFiles[0].path, "/m/a.gguf");
+    EXPECT_EQ(found.servers[0].stopCommands.back(), "kill 12");
+    EXPECT_EQ(found.servers[1].proc.pid, 10);
+    EXPECT_TRUE(found.servers[1].modelFiles.empty()) << "a GPU library is not weights";
+    EXPECT_EQ(found.servers[2].proc.pid, 14);
+    EXPECT_TRUE(found.servers[2].memoryUnreadable);
+}
+
+TEST(ResidentModels, AnUnreadableTableIsSaidNotHiddenAsNoServers) {
+    testing::FakeProcessTable table;
+    table.procs.reset();
+    testing::FakeMemoryProbe probe;
+    RunningModelServers found = findRunningModelServers(table, probe);
+    EXPECT_TRUE(found.tableUnreadable);
+    EXPECT_TRUE(found.servers.empty());
+}
+
+TEST(ResidentModels, OllamaIsToldToStopTheModelsItsManifestsNameAndNoUnsafeName) {
+    testing::TempHome home;
+    const std::string models = home / "ollama/models";
+    const std::string digest(64, 'c');
+    const std::string blob = models + "/blobs/sha256-" + digest;
+    testing::writeFile(blob, "GGUF weights");
+    const std::string manifest = R"({"layers":[{"digest":"sha256:)" + digest + R"("}]})";
+    testing::writeFile(models + "/manifests/registry.ollama.ai/library/llama3.2/3b", manifest);
+    testing::writeFile(models + "/manifests/registry.ollama.ai/ana/helper/latest", manifest);
+    // A folder name is anyone's to choose; pasted into a shell it would run.
+    testing::writeFile(models + "/manifests/registry.ollama.ai/library/$(reboot)/latest", manifest);
+    testing::writeFile(models + "/manifests/registry.ollama.ai/library/--help/latest", manifest);
+
+    EXPECT_EQ(ollamaModelNames(blob), (std::vector<std::string>{"ana/helper:latest", "llama3.2:3b"}));
+    EXPECT_TRUE(ollamaModelNames(models + "/elsewhere/sha256-" + digest).empty());
+
+    testing::FakeProcessTable table;
+    table.procs = std::vector<Proc>{process(20, "/usr/bin/ollama runner --model " + blob)};
+    testing::FakeMemoryProbe probe;
+    probe.processes[20] = ProcessMemory{2'000 * MB, {{blob, 2'000 * MB}}};
+    RunningModelServers found = findRunningModelServers(table, probe);
+    ASSERT_EQ(found.servers.size(), 1u);
+    const std::vector<std::string>& commands = found.servers[0].stopCommands;
+    EXPECT_NE(std::find(commands.begin(), commands.end(), "ollama stop llama3.2:3b"), commands.end());
+    EXPECT_NE(std::find(commands.begin(), commands.end(), "ollama stop ana/helper:latest"), commands.end());
+    for (const std::string& command : commands) {
+        EXPECT_EQ(command.find("reboot"), std::string::npos) << command;
+        EXPECT_EQ(command.find("<model>"), std::string::npos) << command;
+    }
+}
+
+TEST(ResidentModelsOnThisMachine, AServerThatMapsItsWeightsIsFoundWithThemResident) {
+    testing::TempHome home;
+    const std::string weights = home / "models/tiny-llama-q8_0.gguf";
+    constexpr std::uint64_t WEIGHTS_BYTES = 64ull << 20;
+    testing::writeWeightsFile(weights, WEIGHTS_BYTES);
+    testing::ModelServerStandIn server(home / "bin", "llama-server", weights, "-m " + weights + " --port 0");
+    ASSERT_GT(server.pid(), 0) << "the stand-in did not map its weights";
+
+    RunningModelServers found = findRunningModelServers(ProcessTable::real(), MemoryProbe::real());
+    ASSERT_FALSE(found.tableUnreadable);
+    auto mine = std::find_if(found.servers.begin(), found.servers.end(),
+                             [&](const RunningModelServer& each) { return each.proc.pid == server.pid(); });
+    ASSERT_NE(mine, found.servers.end());
+    EXPECT_EQ(mine->kind->name, "llama.cpp server");
+    EXPECT_EQ(mine->proc.path, server.executable());
+    EXPECT_GE(mine->residentBytes, WEIGHTS_BYTES) << "every page of the weights was touched";
+    ASSERT_EQ(mine->modelFiles.size(), 1u);
+    EXPECT_EQ(mine->modelFiles[0].path, weights);
+    EXPECT_EQ(mine->modelFiles[0].bytes, WEIGHTS_BYTES);
+    // This test's own process maps no weights and is no server.
+    EXPECT_TRUE(std::none_of(found.servers.begin(), found.servers.end(),
+                             [](const RunningModelServer& each) { return each.proc.pid == ::getpid(); }));
+}
+
+}  // namespace
+}  // namespace kelvor
