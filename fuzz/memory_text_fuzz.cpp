@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "fuzz/fuzz_check.hpp"
-#include "quillet/memory/model_servers.hpp"
+#include "quillet/automation/model_servers.hpp"
 #include "quillet/platform/memory_text.hpp"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

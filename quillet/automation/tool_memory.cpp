@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "quillet/i18n/text.hpp"
-#include "quillet/memory/resident_models.hpp"
+#include "quillet/automation/resident_models.hpp"
 #include "quillet/scan/fmt_bytes.hpp"
 
 namespace kelvor {

@@ -5,7 +5,7 @@
 #include "quillet/automation/tool_memory.hpp"
 #include "quillet/i18n/text.hpp"
 #include "tests/guards/fake_process_table.hpp"
-#include "tests/memory/fake_memory_probe.hpp"
+#include "tests/automation/fake_memory_probe.hpp"
 #include "tests/support/model_server_stand_in.hpp"
 #include "tests/support/run_program.hpp"
 #include "tests/support/temp_home.hpp"

@@ -1,4 +1,4 @@
-#include "quillet/memory/resident_models.hpp"
+#include "quillet/automation/resident_models.hpp"
 
 #include <algorithm>
 #include <array>

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "quillet/memory/model_servers.hpp"
+#include "quillet/automation/model_servers.hpp"
 #include "quillet/platform/memory_probe.hpp"
 #include "quillet/platform/procs.hpp"
 

@@ -1,4 +1,4 @@
-#include "quillet/memory/model_servers.hpp"
+#include "quillet/automation/model_servers.hpp"
 
 #include <algorithm>
 

@@ -4,9 +4,9 @@
 
 #include <algorithm>
 
-#include "quillet/memory/resident_models.hpp"
+#include "quillet/automation/resident_models.hpp"
 #include "tests/guards/fake_process_table.hpp"
-#include "tests/memory/fake_memory_probe.hpp"
+#include "tests/automation/fake_memory_probe.hpp"
 #include "tests/support/model_server_stand_in.hpp"
 #include "tests/support/temp_home.hpp"
 

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "quillet/memory/model_servers.hpp"
+#include "quillet/automation/model_servers.hpp"
 
 namespace kelvor {
 namespace {
