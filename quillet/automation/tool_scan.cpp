@@ -1,0 +1,31 @@
+#include "quillet/automation/tool_scan.hpp"
+
+#include <algorithm>
+
+#include "quillet/scan/measure.hpp"
+
+namespace kelvor {
+
+ToolScan scanForTool(OperationContext& context, std::chrono::milliseconds budget) {
+    using SteadyClock = std::chrono::steady_clock;
+    const SteadyClock::time_point deadline = SteadyClock::now() + budget;
+    auto measure = [&](const std::string& path, int workers) {
+        auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - SteadyClock::now());
+        if (context.cancelled()) left = std::chrono::milliseconds(0);
+        left = std::min(left, std::chrono::duration_cast<std::chrono::milliseconds>(STORE_MEASURE_LIMIT));
+        return measureTree(path, workers, left);
+    };
+    HitCallbacks callbacks;
+    callbacks.onMeasured = [&](const MeasureProgress& step) {
+        context.report(static_cast<double>(step.storesDone), static_cast<double>(step.storesTotal),
+                       "measured " + std::to_string(step.storesDone) + " of " + std::to_string(step.storesTotal) +
+                           " stores");
+    };
+    ToolScan scan;
+    scan.hits = collectHitsFrom(resolvedRules(), context.threads(), callbacks, measure);
+    for (const Hit& hit : scan.hits)
+        if (hit.stat.timedOut) scan.didNotAnswer.push_back(hit.path);
+    return scan;
+}
+
+}  // namespace kelvor
