@@ -14,12 +14,17 @@ namespace kelvor {
 // Official clients stop waiting after 60 seconds; the rest is left for guards and the answer.
 inline constexpr std::chrono::seconds TOOL_SCAN_BUDGET{40};
 
+// At most one progress report per this span, and this long between the last report and the end.
+inline constexpr std::chrono::milliseconds PROGRESS_SPACING{200};
+inline constexpr std::chrono::milliseconds PROGRESS_QUIET_BEFORE_ANSWER{100};
+
 struct ToolScan {
     std::vector<Hit> hits;
     std::vector<std::string> didNotAnswer;  // stores whose measurement ran out of time: partial sizes
 };
 
-// Measures every store of the catalogue within `budget` in all. A store still being measured when
+// Measures every store of the catalogue within `budget` in all, reporting progress at the first
+// store and then at most every PROGRESS_SPACING. A store still being measured when
 // the budget runs out, or after the request was cancelled, keeps what was counted and is listed in
 // didNotAnswer.
 ToolScan scanForTool(OperationContext& context, std::chrono::milliseconds budget = TOOL_SCAN_BUDGET);

@@ -257,5 +257,21 @@ TEST(McpPlanFlow, AReplacedFolderIsDroppedAndAFolderOpenedAfterPlanningIsHeld) {
     EXPECT_TRUE(fs::exists(home / ".cache/huggingface/hub/models--tiny/blobs/b"));
 }
 
+TEST(McpPlanFlow, TheOverviewSendsProgressWhileItScansAndAnswersWithTheLadder) {
+    testing::TempHome home;
+    makeStores(home);
+    Json steps = Json::array({{{"tool", "kelvor_overview"}, {"progress", true}},
+                              {{"tool", "kelvor_items"}, {"arguments", {{"min_mb", 0}}}}});
+    std::optional<Json> summary = runFlow(home, steps);
+    if (!summary) GTEST_SKIP() << "node is not installed, so the official MCP client cannot run here";
+    const Json& results = (*summary)["results"];
+    ASSERT_EQ(results.size(), 2u) << summary->dump();
+    EXPECT_EQ(results[0]["isError"], false);
+    EXPECT_GT(results[0]["progress"].get<int>(), 0);
+    EXPECT_EQ(results[0]["payload"]["level_ladder"].size(), 4u);
+    EXPECT_EQ(results[0]["payload"]["level_ladder"][1]["cumulative_human"], "503.8 KB") << results[0].dump();
+    EXPECT_EQ(results[1]["payload"]["count"], 3);
+}
+
 }  // namespace
 }  // namespace kelvor

@@ -15,16 +15,23 @@ void makeStores(const testing::TempHome& home) {
     testing::writeFile(home / ".cache/huggingface/hub/models--m/blobs/b", std::string(20000, 'h'));
 }
 
-TEST(ToolScan, ReportsRisingProgressUpToEveryStoreOfTheCatalogue) {
+TEST(ToolScan, ReportsProgressAtOnceThenSpacedOutAndNeverRightBeforeTheEnd) {
     testing::TempHome home;
     makeStores(home);
     std::vector<OperationProgress> reports;
-    OperationContext context([&](const OperationProgress& step) { reports.push_back(step); });
-    ToolScan scan = scanForTool(context);
+    std::vector<std::chrono::steady_clock::time_point> times;
+    OperationContext timed([&](const OperationProgress& step) {
+        reports.push_back(step);
+        times.push_back(std::chrono::steady_clock::now());
+    });
+    ToolScan scan = scanForTool(timed);
+    const auto end = std::chrono::steady_clock::now();
     ASSERT_FALSE(reports.empty());
-    for (std::size_t i = 1; i < reports.size(); ++i) EXPECT_GT(reports[i].progress, reports[i - 1].progress);
-    ASSERT_TRUE(reports.back().total);
-    EXPECT_EQ(reports.back().progress, *reports.back().total);
+    EXPECT_EQ(reports[0].progress, 1);
+    ASSERT_TRUE(reports[0].total);
+    EXPECT_GT(*reports[0].total, 1);
+    for (std::size_t i = 1; i < reports.size(); ++i) EXPECT_GE(times[i] - times[i - 1], PROGRESS_SPACING);
+    EXPECT_GE(end - times.back(), PROGRESS_QUIET_BEFORE_ANSWER);
     EXPECT_TRUE(std::any_of(scan.hits.begin(), scan.hits.end(),
                             [&](const Hit& hit) { return hit.path == home / ".npm/_cacache"; }));
     EXPECT_TRUE(scan.didNotAnswer.empty());

@@ -1,7 +1,8 @@
 // Runs a list of tool calls through the official MCP TypeScript SDK client against
 // `kelvor --mode mcp`, as an assistant carrying a plan through to its execution would:
 //   node plan_flow.mjs <path to kelvor> <steps.json>
-// steps.json is an array of {"tool": name, "arguments": {...}, "pause": name?}. A string argument
+// steps.json is an array of {"tool": name, "arguments": {...}, "pause": name?, "progress": bool?}.
+// With "progress" the call asks for progress notifications and its result counts them. A string argument
 // "$plan:N" stands for the plan_token of the Nth plan answered so far (from 0). With "pause", the
 // script first writes "<name>.ready" beside steps.json and waits for "<name>.go" before the call,
 // so a test can change the disk between a plan and its execution.
@@ -51,10 +52,16 @@ try {
   await client.connect(transport);
   for (const step of steps) {
     if (step.pause) await pause(step.pause);
-    const result = await client.callTool({ name: step.tool, arguments: substitute(step.arguments ?? {}) });
+    let progress = 0;
+    const options = step.progress ? { onprogress: () => (progress += 1) } : undefined;
+    const result = await client.callTool(
+      { name: step.tool, arguments: substitute(step.arguments ?? {}) },
+      undefined,
+      options,
+    );
     const payload = JSON.parse(result.content?.[0]?.text ?? "null");
     if (typeof payload?.plan_token === "string") tokens.push(payload.plan_token);
-    results.push({ isError: result.isError, payload });
+    results.push({ isError: result.isError, payload, progress });
   }
 } catch (error) {
   faults.push(`protocol failure: ${error?.stack ?? error}`);
