@@ -196,5 +196,29 @@ TEST(CleanExecute, APlanWhoseRowsAllChangedMovesNothing) {
     EXPECT_FALSE(fs::exists(stores.home / ".kelvor/undo")) << "no record for a run that moves nothing";
 }
 
+TEST(ToolClean, ATokenUsed901SecondsAfterPlanningIsRefusedAsExpiredAndThenUnknown) {
+    testing::TempHome home;
+    testing::writeFile(home / ".npm/_cacache/content-v2/x", std::string(30000, 'n'));
+    ageTree(home / ".npm");
+    ManualClock clock;
+    PlanStore store(clock);
+    OperationContext context;
+    ToolOutcome planned = toolClean(Json{{"max_level", 1}, {"disposal", "trash"}}, context, store);
+    ASSERT_EQ(planned.payload["status"], "plan") << planned.payload.dump();
+    const Json execute{{"plan_token", planned.payload["plan_token"]}};
+    clock.advance(std::chrono::seconds(901));
+    ToolOutcome late = toolClean(execute, context, store);
+    EXPECT_TRUE(late.isError);
+    EXPECT_EQ(late.payload["error"], "plan_token refused");
+    EXPECT_EQ(late.payload["reason"], "plan_token expired after 900s — ask for a fresh plan and show it again");
+    EXPECT_EQ(late.payload["for_the_assistant"],
+              "The approval could not be used. Ask for a fresh plan, show it to the person again, and do not assume "
+              "the earlier answer still stands.");
+    ToolOutcome again = toolClean(execute, context, store);
+    EXPECT_EQ(again.payload["reason"],
+              "plan_token is not one this server issued, or it has already been used — ask for a fresh plan");
+    EXPECT_TRUE(fs::exists(home / ".npm/_cacache/content-v2/x"));
+}
+
 }  // namespace
 }  // namespace kelvor
