@@ -6,12 +6,12 @@
 #include "quillet/automation/levels.hpp"
 #include "quillet/automation/plan_drift.hpp"
 #include "quillet/automation/tool_scan.hpp"
+#include "quillet/automation/undo_command.hpp"
 #include "quillet/clean/ballast.hpp"
 #include "quillet/clean/clean_plan.hpp"
 #include "quillet/clean/executor.hpp"
 #include "quillet/guards/guards.hpp"
 #include "quillet/i18n/text.hpp"
-#include "quillet/platform/app_paths.hpp"
 #include "quillet/quarantine/quarantine_store.hpp"
 #include "quillet/recovery/restorable.hpp"
 #include "quillet/rules/tier.hpp"
@@ -25,8 +25,6 @@ constexpr const char* FIGURES_NOTE =
     "These figures are as of now; the same checks run again at removal, so a row can still be held if something "
     "opens it in the meantime.";
 
-std::string sizeOf(std::uint64_t bytes) { return fmtBytes(bytes); }
-
 Json reasonsOf(const std::vector<GuardViolation>& violations, const std::vector<std::string>& excludedInside) {
     Json reasons = Json::array();
     for (const std::string& excluded : excludedInside) reasons.push_back(trf(S::cleanExcludedInside, {excluded}));
@@ -39,16 +37,6 @@ std::string joined(const std::vector<std::string>& words) {
     for (std::size_t i = 0; i < words.size(); ++i)
         text += (i == 0 ? "" : i + 1 == words.size() ? " and " : ", ") + words[i];
     return text;
-}
-
-// A path as one shell word.
-std::string shellWord(const std::string& text) {
-    if (!text.empty() && text.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789/._-+") ==
-                             std::string::npos)
-        return text;
-    std::string quoted = "'";
-    for (char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return quoted + "'";
 }
 
 std::string disposalMeaning(Disposal disposal) {
@@ -73,11 +61,6 @@ CleanTarget targetOf(const PlanRow& row) {
     target.excludedInside = row.hit.excludedInside;
     target.identity = row.identity;
     return target;
-}
-
-Json rowJson(const PlanRow& row) {
-    Json json = hitJson(row.hit);
-    return json;
 }
 
 }  // namespace
@@ -162,7 +145,7 @@ TargetChoice chooseTargets(const std::vector<Hit>& hits, const std::vector<std::
 
 std::string capNote(const TargetChoice& choice) {
     if (choice.held.empty()) return "";
-    std::string note = std::to_string(choice.held.size()) + " row(s) at this level, " + sizeOf(choice.heldBytes) +
+    std::string note = std::to_string(choice.held.size()) + " row(s) at this level, " + fmtBytes(choice.heldBytes) +
                        ", are NOT in the plan; each one in `held` says why. Say that too, with the total, so the "
                        "person is not left wondering where the difference went.";
     if (!choice.heldByRunningOwner.empty()) {
@@ -172,7 +155,7 @@ std::string capNote(const TargetChoice& choice) {
             releasable += bytes;
             owners.push_back(owner);
         }
-        note += " " + sizeOf(releasable) + " of it is held only because " + joined(owners) +
+        note += " " + fmtBytes(releasable) + " of it is held only because " + joined(owners) +
                 " is running: tell the person that closing those and asking again would put it back on the table. "
                 "That is the one part of the difference they can act on.";
     }
@@ -209,7 +192,7 @@ ToolOutcome cleanPlanResponse(const std::vector<Hit>& hits, const std::vector<st
     if (!choice.missing.empty()) payload["missing_keys"] = choice.missing;
     if (!choice.heldByRunningOwner.empty()) {
         Json release = Json::object();
-        for (const auto& [owner, bytes] : choice.heldByRunningOwner) release[owner] = sizeOf(bytes);
+        for (const auto& [owner, bytes] : choice.heldByRunningOwner) release[owner] = fmtBytes(bytes);
         payload["closing_these_would_release"] = std::move(release);
     }
     const std::string note = capNote(choice);
@@ -231,14 +214,14 @@ ToolOutcome cleanPlanResponse(const std::vector<Hit>& hits, const std::vector<st
     plan.refused = choice.refused;
     plan.missingKeys = choice.missing;
     Json rows = Json::array();
-    for (const PlanRow& row : plan.rows) rows.push_back(rowJson(row));
+    for (const PlanRow& row : plan.rows) rows.push_back(hitJson(row.hit));
     const std::uint64_t total = totalOf(plan.rows);
     std::string briefing = planBriefing(plan);
     const std::string token = store.put(std::move(plan));
     payload["status"] = "plan";
     payload["rows"] = std::move(rows);
     payload["total_bytes"] = total;
-    payload["total_human"] = sizeOf(total);
+    payload["total_human"] = fmtBytes(total);
     payload["disposal_means"] = disposalMeaning(disposal);
     payload["plan_token"] = token;
     payload["expires_in_seconds"] = PLAN_LIFETIME.count();
@@ -251,7 +234,7 @@ ToolOutcome cleanExecute(const Plan& plan, ProcessTable& table) {
     PlanDrift drift = planDrift(plan.rows);
     Json dropped = Json::array();
     for (const DroppedRow& row : drift.dropped) {
-        Json json = rowJson(row.row);
+        Json json = hitJson(row.row.hit);
         json["reason"] = row.reason;
         dropped.push_back(std::move(json));
     }
@@ -284,7 +267,7 @@ ToolOutcome cleanExecute(const Plan& plan, ProcessTable& table) {
     std::vector<RestorableItem> toEmpty;
     for (const ItemOutcome& item : outcome.items) {
         Json json{{"owner", item.owner}, {"component", item.component}, {"path", item.path},
-                  {"size_human", sizeOf(item.bytes)}};
+                  {"size_human", fmtBytes(item.bytes)}};
         switch (item.fate) {
             case ItemFate::trashed:
             case ItemFate::quarantined:
@@ -343,11 +326,11 @@ ToolOutcome cleanExecute(const Plan& plan, ProcessTable& table) {
     }
     if (outcome.manifestPath) payload["undo_record"] = *outcome.manifestPath;
     const std::uint64_t movedBytes = outcome.bytesWith(ItemFate::trashed) + outcome.bytesWith(ItemFate::quarantined);
-    payload["moved_human"] = sizeOf(movedBytes);
+    payload["moved_human"] = fmtBytes(movedBytes);
     if (plan.disposal == Disposal::trash) {
         payload["status"] = "moved";
-        payload["undo_command"] = shellWord(runningExecutablePath()) + " --mode clean --undo";
-        payload["space_returns_when_the_trash_is_emptied"] = sizeOf(outcome.bytesWith(ItemFate::trashed));
+        payload["undo_command"] = undoCommand();
+        payload["space_returns_when_the_trash_is_emptied"] = fmtBytes(outcome.bytesWith(ItemFate::trashed));
         payload["for_the_assistant"] =
             "Moved to the Trash, and still reversible. The disk has NOT given the space back yet: say so, and offer "
             "kelvor_free if the person wants it now. The undo command is in this response if they change their mind.";
@@ -366,8 +349,8 @@ ToolOutcome cleanExecute(const Plan& plan, ProcessTable& table) {
                                   {"reason", *results[i].error}});
     }
     payload["status"] = "deleted";
-    payload["emptied_human"] = sizeOf(emptied);
-    std::string told = "Done, and the space is back: " + sizeOf(emptied) + ". This cannot be undone.";
+    payload["emptied_human"] = fmtBytes(emptied);
+    std::string told = "Done, and the space is back: " + fmtBytes(emptied) + ". This cannot be undone.";
     if (!notEmptied.empty()) {
         payload["partially_emptied"] = notEmptied;
         told += " Some rows could not be emptied and are still in the Trash; say which.";

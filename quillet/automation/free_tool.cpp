@@ -4,19 +4,13 @@
 
 #include "quillet/automation/clean_tool.hpp"
 #include "quillet/automation/levels.hpp"
+#include "quillet/automation/undo_command.hpp"
 #include "quillet/clean/trash_move.hpp"
-#include "quillet/platform/app_paths.hpp"
 #include "quillet/scan/fmt_bytes.hpp"
 
 namespace kelvor {
 
 namespace {
-
-std::string shellQuoted(const std::string& text) {
-    std::string quoted = "'";
-    for (char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return quoted + "'";
-}
 
 Json freeRowJson(const FreeRow& row) {
     Json json{{"id", freeRowId(row.item)},
@@ -33,10 +27,7 @@ Json freeRowJson(const FreeRow& row) {
 
 }  // namespace
 
-std::string freeRowId(const RestorableItem& item) {
-    std::string key = itemKey("row", item.id);
-    return key;
-}
+std::string freeRowId(const RestorableItem& item) { return itemKey("row", item.id); }
 
 ToolOutcome freePlanResponse(const std::vector<RestorableItem>& rows, const std::vector<std::string>& ids,
                              PlanStore& store) {
@@ -50,7 +41,7 @@ ToolOutcome freePlanResponse(const std::vector<RestorableItem>& rows, const std:
         if (!wanted.empty() && !wanted.contains(id)) continue;
         matched.insert(id);
         DiscardCheck check = verifyDiscard(item.trashedTo, item.originalPath);
-        FreeRow row{item, shellQuoted(runningExecutablePath()) + " --mode clean --undo " + shellQuoted(item.manifest)};
+        FreeRow row{item, undoCommand(item.manifest)};
         if (check.refusal) {
             Json refused = freeRowJson(row);
             refused["reason"] = "the copy in the Trash is not the one Kelvor moved";
