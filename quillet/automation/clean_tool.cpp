@@ -327,13 +327,24 @@ ToolOutcome cleanExecute(const Plan& plan, ProcessTable& table) {
     if (outcome.manifestPath) payload["undo_record"] = *outcome.manifestPath;
     const std::uint64_t movedBytes = outcome.bytesWith(ItemFate::trashed) + outcome.bytesWith(ItemFate::quarantined);
     payload["moved_human"] = fmtBytes(movedBytes);
+    // Unverified rows go to the quarantine, never straight to the Trash, and no disposal empties them.
+    const int quarantined = outcome.countWith(ItemFate::quarantined);
+    std::string quarantineNote;
+    if (quarantined > 0) {
+        quarantineNote = " " + std::to_string(quarantined) +
+                         " unverified row(s) went to Kelvor's quarantine instead of the Trash; they come back with the "
+                         "same undo command and move on to the Trash by themselves after " +
+                         std::to_string(QUARANTINE_DAYS()) + " days. Say so.";
+        payload["quarantined_human"] = fmtBytes(outcome.bytesWith(ItemFate::quarantined));
+    }
     if (plan.disposal == Disposal::trash) {
         payload["status"] = "moved";
         payload["undo_command"] = undoCommand();
         payload["space_returns_when_the_trash_is_emptied"] = fmtBytes(outcome.bytesWith(ItemFate::trashed));
         payload["for_the_assistant"] =
             "Moved to the Trash, and still reversible. The disk has NOT given the space back yet: say so, and offer "
-            "kelvor_free if the person wants it now. The undo command is in this response if they change their mind.";
+            "kelvor_free if the person wants it now. The undo command is in this response if they change their mind." +
+            quarantineNote;
         return {std::move(payload), false};
     }
     std::uint64_t emptied = 0;
@@ -355,7 +366,7 @@ ToolOutcome cleanExecute(const Plan& plan, ProcessTable& table) {
         payload["partially_emptied"] = notEmptied;
         told += " Some rows could not be emptied and are still in the Trash; say which.";
     }
-    payload["for_the_assistant"] = told;
+    payload["for_the_assistant"] = told + quarantineNote;
     return {std::move(payload), false};
 }
 

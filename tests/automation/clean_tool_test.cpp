@@ -220,5 +220,27 @@ TEST(ToolClean, ATokenUsed901SecondsAfterPlanningIsRefusedAsExpiredAndThenUnknow
     EXPECT_TRUE(fs::exists(home / ".npm/_cacache/content-v2/x"));
 }
 
+TEST(CleanExecute, UnverifiedRowsGoToTheQuarantineAndADeleteLeavesThemThere) {
+    Stores stores;
+    testing::FakeProcessTable table = quietTable();
+    ManualClock clock;
+    PlanStore store(clock);
+    ToolOutcome planned = cleanPlanResponse(stores.hits, {}, 3, Disposal::delete_, store, table);
+    ToolOutcome done = cleanExecute(*store.take(planned.payload["plan_token"], PlanKind::clean).plan, table);
+    EXPECT_EQ(done.payload["status"], "deleted") << done.payload.dump();
+    EXPECT_EQ(done.payload["moved"].size(), 3u);
+    EXPECT_EQ(done.payload["quarantined_human"], "2.0 KB");
+    const std::string told = done.payload["for_the_assistant"];
+    EXPECT_TRUE(told.starts_with("Done, and the space is back: 4.0 KB. This cannot be undone.")) << told;
+    EXPECT_NE(told.find("1 unverified row(s) went to Kelvor's quarantine"), std::string::npos) << told;
+    int quarantinedSeen = 0;
+    for (const Json& moved : done.payload["moved"]) {
+        if (moved["path"] != stores.home / "three") continue;
+        ++quarantinedSeen;
+        EXPECT_TRUE(fs::exists(moved["moved_to"].get<std::string>())) << "the quarantine is not emptied";
+    }
+    EXPECT_EQ(quarantinedSeen, 1);
+}
+
 }  // namespace
 }  // namespace kelvor
