@@ -51,17 +51,6 @@ TEST(Overview, FoldersThatDidNotAnswerAreCountedAndExplained) {
     EXPECT_TRUE(overview["folders_that_did_not_answer_note"].is_string());
 }
 
-TEST(Overview, TopOwnersAreTheTenLargest) {
-    ToolScan scan;
-    for (int i = 1; i <= 12; ++i)
-        scan.hits.push_back(hitOf("owner" + std::to_string(i), Tier::redownload, true, Burden::transparent,
-                                  static_cast<std::uint64_t>(i) * 1000));
-    Json top = overviewPayload(scan)["top_owners"];
-    ASSERT_EQ(top.size(), 10u);
-    EXPECT_EQ(top[0]["owner"], "owner12");
-    EXPECT_EQ(top[9]["owner"], "owner3");
-}
-
 TEST(Items, FiltersByTierOrScreenLetterAndSizeLargestFirst) {
     ToolScan scan = sampleScan();
     struct Case {
