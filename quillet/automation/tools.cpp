@@ -5,6 +5,9 @@
 #include <optional>
 #include <cstdlib>
 
+#include "quillet/automation/clean_tool.hpp"
+#include "quillet/automation/free_tool.hpp"
+#include "quillet/automation/overview_tool.hpp"
 #include "quillet/automation/tool_duplicates.hpp"
 #include "quillet/automation/tool_memory.hpp"
 #include "quillet/i18n/text.hpp"
@@ -97,24 +100,26 @@ std::optional<Json> readProperty(const Json& property, const Json& value) {
 const std::vector<McpTool> MCP_TOOLS = {
     {"kelvor_overview",
      R"TXT(Disk usage overview by OWNER (the tool that owns the bytes, not the folder): tier totals, the level ladder (how much sits at each level of recovery cost, and what each cap gets back), reclaimable space, largest owners, and what grew recently. Usually fast (journal-cached); a folder that does not answer — most often one macOS is still waiting for permission on — is given up on and counted in folders_that_did_not_answer rather than waited for.)TXT",
-     schema(Json::object()), ToolBody{}},
+     schema(Json::object()), toolOverview},
     {"kelvor_items",
      R"TXT(List reclaimable items with safety tiers and a LEVEL each: 1 = comes back by itself, 2 = comes back but a rebuild or big re-download costs real time, 3 = not proven to come back, 4 = the person's own files (listed, never deletable here). Present the levels to the person, ask how far they want to go, and pass that number to kelvor_clean as max_level. Each item carries a stable `key` used by kelvor_clean, a recovery story, and whether its delete-safety is verified.)TXT",
      schema(Json{
                   {"tier", property("string", "Filter by tier")},
-                  {"min_mb", property("number", "Minimum size in MB (default 10)")}}), ToolBody{}},
+                  {"min_mb", property("number", "Minimum size in MB (default 10)")}}), toolItems},
     {"kelvor_clean",
      R"TXT(Clean up disk space, in TWO calls. Call it WITHOUT plan_token first: the server picks the items itself (everything up to max_level, narrowed by `keys` if you name any), touches nothing, and returns the exact list plus a plan_token. Show that list to the person in their own language, say what it totals, and ask. Only if they agree, call again with plan_token alone — it runs exactly that list, once, within 5 minutes, and refuses any row that changed on disk meanwhile. You choose `disposal`: "trash" moves with an undo record (the space returns when the Trash is emptied), "delete" moves and empties in the same approval and cannot be undone. Never raise max_level or choose "delete" on your own — those are the person's answers, not yours.)TXT",
      schema(Json{
                   {"keys", stringList("Item keys from kelvor_items. Omit to mean every eligible item up to max_level.")},
                   {"max_level", maxLevel()},
                   {"disposal", disposal()},
-                  {"plan_token", property("string", "Only on the second call, after the person agreed to the plan. Send it alone: keys, max_level and disposal are already fixed in the plan.")}}), ToolBody{}},
+                  {"plan_token", property("string", "Only on the second call, after the person agreed to the plan. Send it alone: keys, max_level and disposal are already fixed in the plan.")}}),
+     [](const Json& arguments, OperationContext& context) { return toolClean(arguments, context); }},
     {"kelvor_free",
      R"TXT(Empty what EARLIER runs left in the Trash, so the space actually comes back. (A single kelvor_clean with disposal:"delete" already covers the usual case; this is for rows moved before.) Same two calls: without plan_token it returns the rows, their size and what brings each one back, and touches nothing; with plan_token it empties exactly those, irreversibly. Only rows Kelvor itself moved are candidates — whatever else is in the Trash is the person's and is never touched.)TXT",
      schema(Json{
                   {"ids", stringList("Row ids from the planning call; omit to mean every row Kelvor moved")},
-                  {"plan_token", property("string", "Only on the second call, after the person agreed. Send it alone.")}}), ToolBody{}},
+                  {"plan_token", property("string", "Only on the second call, after the person agreed. Send it alone.")}}),
+     [](const Json& arguments, OperationContext& context) { return toolFree(arguments, context); }},
     {"kelvor_recovery",
      R"TXT(What Kelvor has deleted and what can still be brought back: rows held in quarantine (with the days left before they move on), rows sitting in the Trash (still undoable, and the space not yet returned), and rows already gone or already restored. Each row carries the exact command that puts it back, plus whether the owning tool has since rebuilt the original — in which case the copy cannot go back and is only taking up room. Report-only. Use it for "put that back", "what did you delete", or before suggesting kelvor_free.)TXT",
      schema(Json::object()), ToolBody{}},

@@ -158,14 +158,17 @@ TEST(McpServer, InitializeAndDiscoverNameTheServer) {
 }
 
 TEST(McpServer, AToolCallIsWrappedAsTextWithTrustAndItsArgumentsReadLeniently) {
-    auto answers = serve({request(1, "tools/call", Json{{"name", "kelvor_items"}, {"arguments", {{"min_mb", "50"}}}}),
-                          request(2, "tools/call", Json{{"name", "kelvor_overview"}})});
-    ASSERT_EQ(answers.size(), 2u);
+    // A tool of the test's own that hands back what it was given, so the wrapping is seen alone.
+    McpTool echo{"echo", "answers its arguments",
+                 Json{{"type", "object"}, {"properties", {{"min_mb", {{"type", "number"}}}}}},
+                 [](const Json& arguments, OperationContext&) { return ToolOutcome{Json{{"read", arguments}}, true}; }};
+    std::vector<McpTool> table{echo};
+    auto answers = serve({request(1, "tools/call", Json{{"name", "echo"}, {"arguments", {{"min_mb", "50"}}}})}, table);
+    ASSERT_EQ(answers.size(), 1u);
     EXPECT_EQ(answers[0]["result"]["isError"], true);
     Json payload = toolPayload(answers[0]);
     EXPECT_EQ(payload["_trust"], MCP_TRUST_TEXT);
-    EXPECT_EQ(payload["arguments_read"]["min_mb"], 50.0);
-    EXPECT_EQ(toolPayload(answers[1])["tool"], "kelvor_overview");
+    EXPECT_EQ(payload["read"]["min_mb"], 50.0);
 }
 
 // A tool that works in steps until it is cancelled, reporting each step.
