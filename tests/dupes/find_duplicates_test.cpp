@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "quillet/dupes/find_duplicates.hpp"
+#include "quillet/platform/digest.hpp"
 #include "tests/support/temp_home.hpp"
 
 namespace kelvor {
@@ -79,6 +80,58 @@ TEST(FindDuplicates, HardLinksAndUnreadableFilesAreNeverGroups) {
     fs::remove(home / "gone");
     Found found = find({first, copyAt(home / "two"), gone}, cache);
     EXPECT_TRUE(found.groups.empty());
+}
+
+TEST(FindDuplicates, ReadsAFileOnceHoweverManyLinksItHas) {
+    TempHome home;
+    DigestCache cache(home / "digests.json");
+    ModelCopy first = write(home / "linked", "twelve bytes");
+    fs::create_hard_link(home / "linked", home / "link");
+    Found found = find({first, copyAt(home / "link"), write(home / "copy", "twelve bytes")}, cache);
+    EXPECT_EQ(found.hashed, 2);
+    EXPECT_EQ(found.hashedBytes, 24u);
+    ASSERT_EQ(found.groups.size(), 1u);
+    // The other link frees nothing, so it is no copy of the group.
+    ASSERT_EQ(found.groups[0].copies.size(), 2u);
+    EXPECT_EQ(found.groups[0].copies[1].path, home / "copy");
+    // Both names are cached: the next run reads nothing.
+    Found again = find({copyAt(home / "link"), copyAt(home / "linked"), copyAt(home / "copy")}, cache);
+    EXPECT_EQ(again.hashed, 0);
+    EXPECT_EQ(again.groups.size(), 1u);
+}
+
+TEST(FindDuplicates, ReadsWholeOnlyLargeFilesWhoseSamplesMatchAndProvesThemByTheFullDigest) {
+    TempHome home;
+    DigestCache cache(home / "digests.json");
+    const std::string model(1'048'576, 'w');
+    std::string lastByte = model, unsampled = model;
+    lastByte.back() = 'x';
+    unsampled[300'000] = 'x';
+    Found found = find({write(home / "one", model), write(home / "two", model), write(home / "last-byte", lastByte),
+                        write(home / "unsampled", unsampled)},
+                       cache);
+    // "last-byte" is set apart by its sample; "unsampled" only by its full digest.
+    EXPECT_EQ(found.hashed, 3);
+    EXPECT_EQ(found.hashedBytes, 3 * model.size());
+    ASSERT_EQ(found.groups.size(), 1u);
+    ASSERT_EQ(found.groups[0].copies.size(), 2u);
+    EXPECT_EQ(found.groups[0].copies[0].path, home / "one");
+    EXPECT_EQ(found.groups[0].copies[1].path, home / "two");
+}
+
+TEST(FindDuplicates, SamplesAgainstACachedDigestSoANewCopyOfAKnownFileIsFound) {
+    TempHome home;
+    DigestCache cache(home / "digests.json");
+    const std::string model(1'048'576, 'c');
+    ModelCopy known = write(home / "known", model);
+    ModelCopy other = write(home / "other", std::string(model.size(), 'd'));
+    EXPECT_EQ(find({known, other}, cache).hashed, 0);
+    std::uint64_t read = 0;
+    cache.remember(known.path, *sha256File(known.path, read));
+    Found found = find({known, other, write(home / "new", model)}, cache);
+    EXPECT_EQ(found.hashed, 1);
+    ASSERT_EQ(found.groups.size(), 1u);
+    EXPECT_EQ(found.groups[0].copies[1].path, home / "new");
 }
 
 TEST(FindDuplicates, LargestReclaimableGroupComesFirst) {

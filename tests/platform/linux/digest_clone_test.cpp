@@ -43,6 +43,38 @@ TEST(Sha256File, RefusesLinksFoldersAndMissingFiles) {
     EXPECT_EQ(read, 0u);
 }
 
+TEST(Sha256Samples, TellsApartFilesThatDifferAtTheStartMiddleOrEnd) {
+    TempHome home;
+    const std::string base(1'048'576, 'm');
+    testing::writeFile(home / "base", base);
+    const std::optional<std::string> sample = sha256Samples(home / "base", base.size());
+    ASSERT_TRUE(sample);
+    for (std::size_t at : {std::size_t{0}, base.size() / 2, base.size() - 1}) {
+        std::string other = base;
+        other[at] = 'x';
+        testing::writeFile(home / "other", other);
+        EXPECT_NE(sha256Samples(home / "other", other.size()), sample) << at;
+    }
+    // Between the samples a difference goes unseen: only the full digest may prove a copy.
+    std::string other = base;
+    other[300'000] = 'x';
+    testing::writeFile(home / "other", other);
+    EXPECT_EQ(sha256Samples(home / "other", other.size()), sample);
+    std::uint64_t read = 0;
+    EXPECT_NE(sha256File(home / "other", read), sha256File(home / "base", read));
+}
+
+TEST(Sha256Samples, RefusesAFileOfAnotherSizeALinkOrAMissingFile) {
+    TempHome home;
+    testing::writeFile(home / "short", "only a few bytes");
+    fs::create_symlink(home / "short", home / "link");
+    EXPECT_TRUE(sha256Samples(home / "short", 16));
+    EXPECT_EQ(sha256Samples(home / "short", 17), std::nullopt);
+    EXPECT_EQ(sha256Samples(home / "short", 15), std::nullopt);
+    EXPECT_EQ(sha256Samples(home / "link", 16), std::nullopt);
+    EXPECT_EQ(sha256Samples(home / "missing", 16), std::nullopt);
+}
+
 TEST(SharesExtents, SameObjectYesSeparateCopiesNo) {
     TempHome home;
     std::string bytes(20'000, 'k');
