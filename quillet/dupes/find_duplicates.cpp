@@ -7,8 +7,10 @@
 #include <functional>
 #include <optional>
 
+#include "quillet/i18n/text.hpp"
 #include "quillet/platform/clone.hpp"
 #include "quillet/platform/digest.hpp"
+#include "quillet/platform/printable.hpp"
 #include "quillet/platform/workers.hpp"
 
 namespace kelvor {
@@ -35,6 +37,11 @@ void orderForKeeping(std::vector<ModelCopy>& copies) {
     });
     copies.clear();
     for (auto& entry : ranked) copies.push_back(std::move(entry.second));
+}
+
+DupeIdentity identityIn(const DupeGroup& group, const std::string& path) {
+    auto found = group.identities.find(path);
+    return found == group.identities.end() ? DupeIdentity{} : found->second;
 }
 
 // One file on the disk, whatever number of names it has among the candidates: it is read once.
@@ -158,12 +165,33 @@ void DupeProof::record(const std::vector<DupeGroup>& groups) {
     proofs_.clear();
     for (const DupeGroup& group : groups)
         for (std::size_t i = 1; i < group.copies.size(); ++i)
-            proofs_[group.copies[i].path] = Proof{group.copies.front().path, group.digest};
+            proofs_[group.copies[i].path] = Proof{group.copies.front().path, group.digest,
+                                                  identityIn(group, group.copies[i].path),
+                                                  identityIn(group, group.copies.front().path)};
 }
 
 std::map<std::string, DupeProof::Proof> DupeProof::proofs() const {
     std::lock_guard<std::mutex> hold(lock_);
     return proofs_;
+}
+
+std::optional<std::string> DupeProof::evidence(const std::string& path) const {
+    std::lock_guard<std::mutex> hold(lock_);
+    auto found = proofs_.find(path);
+    if (found == proofs_.end()) return std::nullopt;
+    return trf(S::dupesProofEvidence, {escapeControls(found->second.keeper), found->second.digest.substr(0, 12)});
+}
+
+std::optional<std::string> DupeProof::refusal(const std::string& path) const {
+    std::optional<Proof> proof;
+    {
+        std::lock_guard<std::mutex> hold(lock_);
+        if (auto found = proofs_.find(path); found != proofs_.end()) proof = found->second;
+    }
+    // The files are looked at outside the lock: a slow disk must not hold up the other readers.
+    if (proof && inoCtime(path) == proof->copyIdentity && inoCtime(proof->keeper) == proof->keeperIdentity)
+        return std::nullopt;
+    return trf(S::dupesProofStale);
 }
 
 }  // namespace kelvor

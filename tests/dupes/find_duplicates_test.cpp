@@ -154,6 +154,26 @@ TEST(FindDuplicates, DupeProofNamesTheKeeperOfEachRedundantCopy) {
     ASSERT_EQ(proofs.size(), 1u);
     EXPECT_EQ(proofs.at(home / "b").keeper, home / "a");
     EXPECT_EQ(proofs.at(home / "b").digest, found.groups[0].digest);
+    EXPECT_EQ(DupeProof::shared().evidence(home / "b"),
+              "Byte-identical to " + home / "a" + " (SHA-256 " + found.groups[0].digest.substr(0, 12) +
+                  "…) — a copy; the original stays");
+    EXPECT_EQ(DupeProof::shared().evidence(home / "a"), std::nullopt);
+    EXPECT_EQ(DupeProof::shared().refusal(home / "b"), std::nullopt);
+}
+
+TEST(FindDuplicates, DupeProofNoLongerHoldsOnceTheCopyOrItsKeeperChanges) {
+    const std::string stale = "no longer proven identical to the copy that stays — one of the two changed since the scan";
+    for (const std::string changed : {"keeper", "the-copy"}) {
+        TempHome home;
+        DigestCache cache(home / "digests.json");
+        Found found = find({write(home / "keeper", "q"), write(home / "the-copy", "q")}, cache);
+        DupeProof::shared().record(found.groups);
+        ASSERT_EQ(DupeProof::shared().refusal(home / "the-copy"), std::nullopt) << changed;
+        testing::writeFile(home / changed, "q, changed");
+        EXPECT_EQ(DupeProof::shared().refusal(home / "the-copy"), stale) << changed;
+        // A path no proof names is not proven either.
+        EXPECT_EQ(DupeProof::shared().refusal(home / "elsewhere"), stale) << changed;
+    }
 }
 
 TEST(DigestCache, ReusesADigestUntilTheFileChangesAndSurvivesAReload) {
