@@ -49,6 +49,7 @@ struct Stored {
     std::vector<const ModelCopy*> names;
     std::optional<std::string> digest;
     std::optional<std::string> sample;
+    const Stored* sameBlocksAs = nullptr;  // another file whose very blocks this one reads
 };
 
 // Runs `work(i)` for every i below `count` on up to `threads` workers.
@@ -112,12 +113,28 @@ std::vector<DupeGroup> findDuplicates(const std::vector<ModelCopy>& copies, Dige
     std::vector<Stored*> toHash;
     for (auto& [size, stored] : classes) {
         bool sampled = size > 3 * SAMPLE_SPAN_BYTES;
+        std::vector<Stored*> candidates;
         for (Stored& file : stored) {
             if (file.digest || (sampled && !file.sample)) continue;
             bool mayMatch = !sampled;
             for (const Stored& other : stored)
                 mayMatch = mayMatch || (&other != &file && other.sample == file.sample);
-            if (mayMatch) toHash.push_back(&file);
+            if (mayMatch) candidates.push_back(&file);
+        }
+        // A copy-on-write clone stored in exactly the blocks of another candidate reads the same
+        // bytes from the same place: it takes that file's digest instead of reading them again.
+        std::map<std::string, Stored*> byBlocks;
+        for (Stored* file : candidates) {
+            std::optional<std::string> blocks =
+                candidates.size() > 1 ? storageMap(file->names.front()->path) : std::nullopt;
+            if (blocks) {
+                auto [first, isNew] = byBlocks.try_emplace(*blocks, file);
+                if (!isNew) {
+                    file->sameBlocksAs = first->second;
+                    continue;
+                }
+            }
+            toHash.push_back(file);
         }
     }
     // The largest first, so the workers end together.
@@ -132,6 +149,12 @@ std::vector<DupeGroup> findDuplicates(const std::vector<ModelCopy>& copies, Dige
         ++hashed;
         for (const ModelCopy* name : toHash[i]->names) cache.remember(name->path, *toHash[i]->digest);
     }
+    for (auto& [size, stored] : classes)
+        for (Stored& file : stored) {
+            if (!file.sameBlocksAs || !file.sameBlocksAs->digest) continue;
+            file.digest = file.sameBlocksAs->digest;
+            for (const ModelCopy* name : file.names) cache.remember(name->path, *file.digest);
+        }
     std::vector<DupeGroup> groups;
     for (const auto& [size, stored] : classes) {
         std::map<std::string, std::vector<ModelCopy>> byDigest;

@@ -6,8 +6,10 @@
 
 namespace kelvor {
 
-// Bytes read per block when hashing a file.
-inline constexpr std::size_t DIGEST_BLOCK_BYTES = 8'388'608;
+// Bytes read per block when hashing a file. Large enough that a system call is nothing beside the
+// hashing, small enough that the block is still in the processor's cache when the digest reads it
+// back: with 8 MiB blocks hashing took half as long again.
+inline constexpr std::size_t DIGEST_BLOCK_BYTES = 1'048'576;
 
 // Bytes read at each of the three places a sample digest looks.
 inline constexpr std::size_t SAMPLE_SPAN_BYTES = 65'536;

@@ -1,12 +1,16 @@
 // Proving copies identical: what is read, what is grouped, which copy stays, and the digest cache.
 #include <gtest/gtest.h>
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 
 #include "quillet/dupes/find_duplicates.hpp"
 #include "quillet/platform/digest.hpp"
+#include "tests/support/run_program.hpp"
 #include "tests/support/temp_home.hpp"
+#include "tests/support/xfs_mount.hpp"
 
 namespace kelvor {
 namespace {
@@ -132,6 +136,33 @@ TEST(FindDuplicates, SamplesAgainstACachedDigestSoANewCopyOfAKnownFileIsFound) {
     EXPECT_EQ(found.hashed, 1);
     ASSERT_EQ(found.groups.size(), 1u);
     EXPECT_EQ(found.groups[0].copies[1].path, home / "new");
+}
+
+TEST(FindDuplicates, AReflinkCloneOfACopyTakesItsDigestUnreadUntilItIsWrittenTo) {
+    TempHome home;
+    testing::XfsMount xfs(home / "xfs.img", home / "xfs");
+    if (!xfs.mounted()) GTEST_SKIP() << xfs.reason();
+    DigestCache cache(home / "digests.json");
+    const std::string model(2'000'000, 'r');
+    std::string cp = testing::firstExisting({"/usr/bin/cp", "/bin/cp"});
+    ModelCopy keeper = write(home / "xfs/a", model);
+    ModelCopy plain = write(home / "xfs/b", model);
+    for (const char* name : {"c-clone", "d-clone-changed"})
+        ASSERT_EQ(testing::runProgram({cp, "--reflink=always", home / "xfs/b", home / (std::string("xfs/") + name)}, "").status, 0);
+    // A byte the samples do not look at: only reading the whole clone can tell it apart.
+    int fd = ::open((home / "xfs/d-clone-changed").c_str(), O_WRONLY);
+    ASSERT_GE(fd, 0);
+    ASSERT_EQ(::pwrite(fd, "x", 1, 300'000), 1);
+    ::close(fd);
+    Found found = find({keeper, plain, copyAt(home / "xfs/c-clone"), copyAt(home / "xfs/d-clone-changed")}, cache);
+    EXPECT_EQ(found.hashed, 3);
+    EXPECT_EQ(found.hashedBytes, 3 * model.size());
+    ASSERT_EQ(found.groups.size(), 1u);
+    std::vector<std::string> paths;
+    for (const ModelCopy& copy : found.groups[0].copies) paths.push_back(copy.path);
+    // The clone shares no block with the keeper: removing it and "b" frees their blocks.
+    EXPECT_EQ(paths, (std::vector<std::string>{home / "xfs/a", home / "xfs/b", home / "xfs/c-clone"}));
+    EXPECT_EQ(cache.lookup(home / "xfs/c-clone"), found.groups[0].digest);
 }
 
 TEST(FindDuplicates, LargestReclaimableGroupComesFirst) {

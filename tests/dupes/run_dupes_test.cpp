@@ -7,7 +7,6 @@
 
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <nlohmann/json.hpp>
 #include <random>
 
@@ -19,6 +18,7 @@
 #include "tests/support/run_program.hpp"
 #include "tests/support/scoped_mount.hpp"
 #include "tests/support/temp_home.hpp"
+#include "tests/support/xfs_mount.hpp"
 
 namespace kelvor {
 namespace {
@@ -61,50 +61,8 @@ nlohmann::json newestUndoRows(const TempHome& home) {
     return record.is_array() ? record : nlohmann::json::array();
 }
 
-std::string firstExisting(std::initializer_list<const char*> paths) {
-    for (const char* path : paths)
-        if (::access(path, X_OK) == 0) return path;
-    return "";
-}
-
-// A fresh XFS with reflinks, loop-mounted at `target` until the end of the test.
-class XfsMount {
-public:
-    explicit XfsMount(const std::string& image, const std::string& target) : target_(target) {
-        std::string mkfs = firstExisting({"/usr/sbin/mkfs.xfs", "/sbin/mkfs.xfs"});
-        std::string mount = firstExisting({"/usr/bin/mount", "/bin/mount"});
-        if (mkfs.empty()) {
-            reason_ = "mkfs.xfs is not installed (xfsprogs)";
-            return;
-        }
-        if (::geteuid() != 0) {
-            reason_ = "mounting a loop device needs root";
-            return;
-        }
-        { std::ofstream(image).close(); }
-        fs::resize_file(image, 400ull << 20);  // sparse: only what XFS writes takes room
-        fs::create_directories(target);
-        if (testing::runProgram({mkfs, "-q", "-f", "-m", "reflink=1", image}, "").status != 0) {
-            reason_ = "mkfs.xfs failed";
-            return;
-        }
-        if (testing::runProgram({mount, "-o", "loop", image, target}, "").status != 0) {
-            reason_ = "the loop mount failed";
-            return;
-        }
-        mounted_ = true;
-    }
-    ~XfsMount() {
-        if (mounted_) testing::runProgram({firstExisting({"/usr/bin/umount", "/bin/umount"}), target_}, "");
-    }
-    bool mounted() const { return mounted_; }
-    const std::string& reason() const { return reason_; }
-
-private:
-    std::string target_;
-    std::string reason_;
-    bool mounted_ = false;
-};
+using testing::firstExisting;
+using testing::XfsMount;
 
 TEST(RunDupes, TwoHardLinksAreOneCopyNeverAGroup) {
     TempHome home;

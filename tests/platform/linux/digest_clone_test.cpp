@@ -1,12 +1,16 @@
 // The digest and clone backends against the real file system.
 #include <gtest/gtest.h>
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 
 #include "quillet/platform/clone.hpp"
 #include "quillet/platform/digest.hpp"
+#include "tests/support/run_program.hpp"
 #include "tests/support/temp_home.hpp"
+#include "tests/support/xfs_mount.hpp"
 
 namespace kelvor {
 namespace {
@@ -84,6 +88,33 @@ TEST(SharesExtents, SameObjectYesSeparateCopiesNo) {
     EXPECT_TRUE(sharesExtents(home / "a", home / "c", bytes.size()));
     EXPECT_FALSE(sharesExtents(home / "a", home / "b", bytes.size()));
     EXPECT_FALSE(sharesExtents(home / "a", home / "missing", bytes.size()));
+}
+
+// Copies `from` to `to` with cp, cloning it (`reflink` "always") or copying every byte ("never").
+void copyWithCp(const std::string& from, const std::string& to, const std::string& reflink) {
+    ASSERT_EQ(testing::runProgram({testing::firstExisting({"/usr/bin/cp", "/bin/cp"}), "--reflink=" + reflink, from, to}, "")
+                  .status,
+              0);
+}
+
+TEST(StorageMap, SameForAReflinkCloneUntilItIsWrittenToAndNeverForACopy) {
+    TempHome home;
+    testing::XfsMount xfs(home / "xfs.img", home / "xfs");
+    if (!xfs.mounted()) GTEST_SKIP() << xfs.reason();
+    testing::writeFile(home / "xfs/original", std::string(3'000'000, 'o'));
+    copyWithCp(home / "xfs/original", home / "xfs/clone", "always");
+    copyWithCp(home / "xfs/original", home / "xfs/copy", "never");
+    std::optional<std::string> original = storageMap(home / "xfs/original");
+    ASSERT_TRUE(original);
+    EXPECT_EQ(storageMap(home / "xfs/clone"), original);
+    EXPECT_NE(storageMap(home / "xfs/copy"), original);
+    // One byte written in the clone (still in the page cache) gives it a block of its own.
+    int fd = ::open((home / "xfs/clone").c_str(), O_WRONLY);
+    ASSERT_GE(fd, 0);
+    ASSERT_EQ(::pwrite(fd, "x", 1, 1'500'000), 1);
+    ::close(fd);
+    EXPECT_NE(storageMap(home / "xfs/clone"), original);
+    EXPECT_EQ(storageMap(home / "xfs/missing"), std::nullopt);
 }
 
 TEST(CloneFile, NeverReplacesAnExistingFile) {
