@@ -3,6 +3,7 @@
 // the real thing shows the behaviour.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -230,6 +231,39 @@ TEST(RunDupes, DedupeOnXfsClonesTheStoreCopyAndUndoPutsTheOriginalBack) {
     EXPECT_EQ(inode(copy), originalInode) << undo.out;
     EXPECT_EQ(testing::readFile(copy), bytes);
     EXPECT_FALSE(sharesExtents(keeper, copy, bytes.size()));
+}
+
+// Bytes free for anyone on the file system holding `path`.
+std::uint64_t freeBytes(const std::string& path) {
+    ::sync();
+    struct statvfs st {};
+    return ::statvfs(path.c_str(), &st) == 0 ? std::uint64_t{st.f_bavail} * st.f_frsize : 0;
+}
+
+TEST(RunDupes, ACloneMergedCopyFreesItsBlocksOnceTheTrashIsEmptied) {
+    TempHome home;
+    XfsMount xfs(home / "xfs.img", home / "xfs");
+    if (!xfs.mounted()) GTEST_SKIP() << xfs.reason();
+    std::string bytes = content(8'000'000, 13);
+    std::string keeper = home / "xfs/ollama/blobs/sha256-9999999999999999999999999999999999999999999999999999999999999999";
+    std::string copy = home / "xfs/ollama/blobs/sha256-aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa";
+    writeModel(keeper, bytes);
+    writeModel(copy, bytes);
+    std::vector<std::string> environment = ENGLISH;
+    environment.push_back("OLLAMA_MODELS=" + home / "xfs/ollama");
+    const std::uint64_t before = freeBytes(home / "xfs");
+    auto apply = testing::runKelvorBinary(
+        {"--mode", "dupes", "--root", home / "xfs", "--min-mb", "1", "--apply", "--dedupe"}, environment);
+    EXPECT_NE(apply.out.find("clone-merged: " + copy), std::string::npos) << apply.out;
+    nlohmann::json rows = newestUndoRows(home);
+    ASSERT_EQ(rows.size(), 1u) << rows.dump();
+    std::string trashed = rows[0]["trashedTo"].get<std::string>();
+    ASSERT_NE(trashed, copy);
+    EXPECT_EQ(testing::readFile(trashed), bytes) << "until the Trash is emptied the original still holds its blocks";
+    fs::remove(trashed);
+    // The Trash's own folders and records take a little room of their own.
+    EXPECT_GE(freeBytes(home / "xfs"), before + bytes.size() - 1'048'576) << apply.out;
+    EXPECT_EQ(testing::readFile(copy), bytes);
 }
 
 TEST(RunDupes, UndoLeavesACloneThatNoLongerMatchesItsRecord) {
