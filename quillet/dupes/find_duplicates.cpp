@@ -50,6 +50,7 @@ struct Stored {
     std::optional<std::string> digest;
     std::optional<std::string> sample;
     const Stored* sameBlocksAs = nullptr;  // another file whose very blocks this one reads
+    std::string blocks;                     // and where they lie, as storageMap gave it
 };
 
 // Runs `work(i)` for every i below `count` on up to `threads` workers.
@@ -131,6 +132,7 @@ std::vector<DupeGroup> findDuplicates(const std::vector<ModelCopy>& copies, Dige
                 auto [first, isNew] = byBlocks.try_emplace(*blocks, file);
                 if (!isNew) {
                     file->sameBlocksAs = first->second;
+                    file->blocks = *blocks;
                     continue;
                 }
             }
@@ -152,6 +154,8 @@ std::vector<DupeGroup> findDuplicates(const std::vector<ModelCopy>& copies, Dige
     for (auto& [size, stored] : classes)
         for (Stored& file : stored) {
             if (!file.sameBlocksAs || !file.sameBlocksAs->digest) continue;
+            // Written to while the other was read, it has blocks of its own now: unproven, it drops out.
+            if (storageMap(file.names.front()->path) != file.blocks) continue;
             file.digest = file.sameBlocksAs->digest;
             for (const ModelCopy* name : file.names) cache.remember(name->path, *file.digest);
         }
