@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,11 +27,19 @@ public:
     struct Proof {
         std::string keeper;
         std::string digest;
+        DupeIdentity copyIdentity;    // what the copy and its keeper were when compared
+        DupeIdentity keeperIdentity;
     };
     static DupeProof& shared();
     // Replaces the proofs with the redundant copies of `groups`.
     void record(const std::vector<DupeGroup>& groups);
     std::map<std::string, Proof> proofs() const;
+    // The evidence line for the redundant copy at `path` ("Byte-identical to … — a copy; the
+    // original stays"); none when no proof names it.
+    std::optional<std::string> evidence(const std::string& path) const;
+    // Why the copy at `path` may not be removed as a duplicate: it has no proof, or it or its keeper
+    // is no longer what was compared. None while the proof still holds.
+    std::optional<std::string> refusal(const std::string& path) const;
 
 private:
     mutable std::mutex lock_;

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <optional>
@@ -17,6 +18,7 @@
 #include "quillet/platform/clone.hpp"
 #include "quillet/platform/digest.hpp"
 #include "quillet/platform/printable.hpp"
+#include "quillet/platform/sysinfo.hpp"
 #include "quillet/platform/trash.hpp"
 #include "quillet/records/record_lock.hpp"
 #include "quillet/scan/fmt_bytes.hpp"
@@ -209,7 +211,9 @@ int runDupes(const Settings& settings) {
     cache.load();
     int hashed = 0;
     std::uint64_t hashedBytes = 0;
-    std::vector<DupeGroup> groups = findDuplicates(all, cache, hashed, hashedBytes, settings.threads);
+    // Hashing keeps a processor busy per worker; more workers than processors only contend.
+    std::vector<DupeGroup> groups =
+        findDuplicates(all, cache, hashed, hashedBytes, std::min(settings.threads, processorCount()));
     if (hashed > 0) cache.save();
     DupeProof::shared().record(groups);
     double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();

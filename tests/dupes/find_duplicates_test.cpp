@@ -1,11 +1,16 @@
 // Proving copies identical: what is read, what is grouped, which copy stays, and the digest cache.
 #include <gtest/gtest.h>
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 
 #include "quillet/dupes/find_duplicates.hpp"
+#include "quillet/platform/digest.hpp"
+#include "tests/support/run_program.hpp"
 #include "tests/support/temp_home.hpp"
+#include "tests/support/xfs_mount.hpp"
 
 namespace kelvor {
 namespace {
@@ -81,6 +86,85 @@ TEST(FindDuplicates, HardLinksAndUnreadableFilesAreNeverGroups) {
     EXPECT_TRUE(found.groups.empty());
 }
 
+TEST(FindDuplicates, ReadsAFileOnceHoweverManyLinksItHas) {
+    TempHome home;
+    DigestCache cache(home / "digests.json");
+    ModelCopy first = write(home / "linked", "twelve bytes");
+    fs::create_hard_link(home / "linked", home / "link");
+    Found found = find({first, copyAt(home / "link"), write(home / "copy", "twelve bytes")}, cache);
+    EXPECT_EQ(found.hashed, 2);
+    EXPECT_EQ(found.hashedBytes, 24u);
+    ASSERT_EQ(found.groups.size(), 1u);
+    // The other link frees nothing, so it is no copy of the group.
+    ASSERT_EQ(found.groups[0].copies.size(), 2u);
+    EXPECT_EQ(found.groups[0].copies[1].path, home / "copy");
+    // Both names are cached: the next run reads nothing.
+    Found again = find({copyAt(home / "link"), copyAt(home / "linked"), copyAt(home / "copy")}, cache);
+    EXPECT_EQ(again.hashed, 0);
+    EXPECT_EQ(again.groups.size(), 1u);
+}
+
+TEST(FindDuplicates, ReadsWholeOnlyLargeFilesWhoseSamplesMatchAndProvesThemByTheFullDigest) {
+    TempHome home;
+    DigestCache cache(home / "digests.json");
+    const std::string model(1'048'576, 'w');
+    std::string lastByte = model, unsampled = model;
+    lastByte.back() = 'x';
+    unsampled[300'000] = 'x';
+    Found found = find({write(home / "one", model), write(home / "two", model), write(home / "last-byte", lastByte),
+                        write(home / "unsampled", unsampled)},
+                       cache);
+    // "last-byte" is set apart by its sample; "unsampled" only by its full digest.
+    EXPECT_EQ(found.hashed, 3);
+    EXPECT_EQ(found.hashedBytes, 3 * model.size());
+    ASSERT_EQ(found.groups.size(), 1u);
+    ASSERT_EQ(found.groups[0].copies.size(), 2u);
+    EXPECT_EQ(found.groups[0].copies[0].path, home / "one");
+    EXPECT_EQ(found.groups[0].copies[1].path, home / "two");
+}
+
+TEST(FindDuplicates, SamplesAgainstACachedDigestSoANewCopyOfAKnownFileIsFound) {
+    TempHome home;
+    DigestCache cache(home / "digests.json");
+    const std::string model(1'048'576, 'c');
+    ModelCopy known = write(home / "known", model);
+    ModelCopy other = write(home / "other", std::string(model.size(), 'd'));
+    EXPECT_EQ(find({known, other}, cache).hashed, 0);
+    std::uint64_t read = 0;
+    cache.remember(known.path, *sha256File(known.path, read));
+    Found found = find({known, other, write(home / "new", model)}, cache);
+    EXPECT_EQ(found.hashed, 1);
+    ASSERT_EQ(found.groups.size(), 1u);
+    EXPECT_EQ(found.groups[0].copies[1].path, home / "new");
+}
+
+TEST(FindDuplicates, AReflinkCloneOfACopyTakesItsDigestUnreadUntilItIsWrittenTo) {
+    TempHome home;
+    testing::XfsMount xfs(home / "xfs.img", home / "xfs");
+    if (!xfs.mounted()) GTEST_SKIP() << xfs.reason();
+    DigestCache cache(home / "digests.json");
+    const std::string model(2'000'000, 'r');
+    std::string cp = testing::firstExisting({"/usr/bin/cp", "/bin/cp"});
+    ModelCopy keeper = write(home / "xfs/a", model);
+    ModelCopy plain = write(home / "xfs/b", model);
+    for (const char* name : {"c-clone", "d-clone-changed"})
+        ASSERT_EQ(testing::runProgram({cp, "--reflink=always", home / "xfs/b", home / (std::string("xfs/") + name)}, "").status, 0);
+    // A byte the samples do not look at: only reading the whole clone can tell it apart.
+    int fd = ::open((home / "xfs/d-clone-changed").c_str(), O_WRONLY);
+    ASSERT_GE(fd, 0);
+    ASSERT_EQ(::pwrite(fd, "x", 1, 300'000), 1);
+    ::close(fd);
+    Found found = find({keeper, plain, copyAt(home / "xfs/c-clone"), copyAt(home / "xfs/d-clone-changed")}, cache);
+    EXPECT_EQ(found.hashed, 3);
+    EXPECT_EQ(found.hashedBytes, 3 * model.size());
+    ASSERT_EQ(found.groups.size(), 1u);
+    std::vector<std::string> paths;
+    for (const ModelCopy& copy : found.groups[0].copies) paths.push_back(copy.path);
+    // The clone shares no block with the keeper: removing it and "b" frees their blocks.
+    EXPECT_EQ(paths, (std::vector<std::string>{home / "xfs/a", home / "xfs/b", home / "xfs/c-clone"}));
+    EXPECT_EQ(cache.lookup(home / "xfs/c-clone"), found.groups[0].digest);
+}
+
 TEST(FindDuplicates, LargestReclaimableGroupComesFirst) {
     TempHome home;
     DigestCache cache(home / "digests.json");
@@ -101,6 +185,26 @@ TEST(FindDuplicates, DupeProofNamesTheKeeperOfEachRedundantCopy) {
     ASSERT_EQ(proofs.size(), 1u);
     EXPECT_EQ(proofs.at(home / "b").keeper, home / "a");
     EXPECT_EQ(proofs.at(home / "b").digest, found.groups[0].digest);
+    EXPECT_EQ(DupeProof::shared().evidence(home / "b"),
+              "Byte-identical to " + home / "a" + " (SHA-256 " + found.groups[0].digest.substr(0, 12) +
+                  "…) — a copy; the original stays");
+    EXPECT_EQ(DupeProof::shared().evidence(home / "a"), std::nullopt);
+    EXPECT_EQ(DupeProof::shared().refusal(home / "b"), std::nullopt);
+}
+
+TEST(FindDuplicates, DupeProofNoLongerHoldsOnceTheCopyOrItsKeeperChanges) {
+    const std::string stale = "no longer proven identical to the copy that stays — one of the two changed since the scan";
+    for (const std::string changed : {"keeper", "the-copy"}) {
+        TempHome home;
+        DigestCache cache(home / "digests.json");
+        Found found = find({write(home / "keeper", "q"), write(home / "the-copy", "q")}, cache);
+        DupeProof::shared().record(found.groups);
+        ASSERT_EQ(DupeProof::shared().refusal(home / "the-copy"), std::nullopt) << changed;
+        testing::writeFile(home / changed, "q, changed");
+        EXPECT_EQ(DupeProof::shared().refusal(home / "the-copy"), stale) << changed;
+        // A path no proof names is not proven either.
+        EXPECT_EQ(DupeProof::shared().refusal(home / "elsewhere"), stale) << changed;
+    }
 }
 
 TEST(DigestCache, ReusesADigestUntilTheFileChangesAndSurvivesAReload) {

@@ -3,11 +3,11 @@
 // the real thing shows the behaviour.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <nlohmann/json.hpp>
 #include <random>
 
@@ -19,6 +19,7 @@
 #include "tests/support/run_program.hpp"
 #include "tests/support/scoped_mount.hpp"
 #include "tests/support/temp_home.hpp"
+#include "tests/support/xfs_mount.hpp"
 
 namespace kelvor {
 namespace {
@@ -61,50 +62,8 @@ nlohmann::json newestUndoRows(const TempHome& home) {
     return record.is_array() ? record : nlohmann::json::array();
 }
 
-std::string firstExisting(std::initializer_list<const char*> paths) {
-    for (const char* path : paths)
-        if (::access(path, X_OK) == 0) return path;
-    return "";
-}
-
-// A fresh XFS with reflinks, loop-mounted at `target` until the end of the test.
-class XfsMount {
-public:
-    explicit XfsMount(const std::string& image, const std::string& target) : target_(target) {
-        std::string mkfs = firstExisting({"/usr/sbin/mkfs.xfs", "/sbin/mkfs.xfs"});
-        std::string mount = firstExisting({"/usr/bin/mount", "/bin/mount"});
-        if (mkfs.empty()) {
-            reason_ = "mkfs.xfs is not installed (xfsprogs)";
-            return;
-        }
-        if (::geteuid() != 0) {
-            reason_ = "mounting a loop device needs root";
-            return;
-        }
-        { std::ofstream(image).close(); }
-        fs::resize_file(image, 400ull << 20);  // sparse: only what XFS writes takes room
-        fs::create_directories(target);
-        if (testing::runProgram({mkfs, "-q", "-f", "-m", "reflink=1", image}, "").status != 0) {
-            reason_ = "mkfs.xfs failed";
-            return;
-        }
-        if (testing::runProgram({mount, "-o", "loop", image, target}, "").status != 0) {
-            reason_ = "the loop mount failed";
-            return;
-        }
-        mounted_ = true;
-    }
-    ~XfsMount() {
-        if (mounted_) testing::runProgram({firstExisting({"/usr/bin/umount", "/bin/umount"}), target_}, "");
-    }
-    bool mounted() const { return mounted_; }
-    const std::string& reason() const { return reason_; }
-
-private:
-    std::string target_;
-    std::string reason_;
-    bool mounted_ = false;
-};
+using testing::firstExisting;
+using testing::XfsMount;
 
 TEST(RunDupes, TwoHardLinksAreOneCopyNeverAGroup) {
     TempHome home;
@@ -272,6 +231,39 @@ TEST(RunDupes, DedupeOnXfsClonesTheStoreCopyAndUndoPutsTheOriginalBack) {
     EXPECT_EQ(inode(copy), originalInode) << undo.out;
     EXPECT_EQ(testing::readFile(copy), bytes);
     EXPECT_FALSE(sharesExtents(keeper, copy, bytes.size()));
+}
+
+// Bytes free for anyone on the file system holding `path`.
+std::uint64_t freeBytes(const std::string& path) {
+    ::sync();
+    struct statvfs st {};
+    return ::statvfs(path.c_str(), &st) == 0 ? std::uint64_t{st.f_bavail} * st.f_frsize : 0;
+}
+
+TEST(RunDupes, ACloneMergedCopyFreesItsBlocksOnceTheTrashIsEmptied) {
+    TempHome home;
+    XfsMount xfs(home / "xfs.img", home / "xfs");
+    if (!xfs.mounted()) GTEST_SKIP() << xfs.reason();
+    std::string bytes = content(8'000'000, 13);
+    std::string keeper = home / "xfs/ollama/blobs/sha256-9999999999999999999999999999999999999999999999999999999999999999";
+    std::string copy = home / "xfs/ollama/blobs/sha256-aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa";
+    writeModel(keeper, bytes);
+    writeModel(copy, bytes);
+    std::vector<std::string> environment = ENGLISH;
+    environment.push_back("OLLAMA_MODELS=" + home / "xfs/ollama");
+    const std::uint64_t before = freeBytes(home / "xfs");
+    auto apply = testing::runKelvorBinary(
+        {"--mode", "dupes", "--root", home / "xfs", "--min-mb", "1", "--apply", "--dedupe"}, environment);
+    EXPECT_NE(apply.out.find("clone-merged: " + copy), std::string::npos) << apply.out;
+    nlohmann::json rows = newestUndoRows(home);
+    ASSERT_EQ(rows.size(), 1u) << rows.dump();
+    std::string trashed = rows[0]["trashedTo"].get<std::string>();
+    ASSERT_NE(trashed, copy);
+    EXPECT_EQ(testing::readFile(trashed), bytes) << "until the Trash is emptied the original still holds its blocks";
+    fs::remove(trashed);
+    // The Trash's own folders and records take a little room of their own.
+    EXPECT_GE(freeBytes(home / "xfs"), before + bytes.size() - 1'048'576) << apply.out;
+    EXPECT_EQ(testing::readFile(copy), bytes);
 }
 
 TEST(RunDupes, UndoLeavesACloneThatNoLongerMatchesItsRecord) {

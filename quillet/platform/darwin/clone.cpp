@@ -42,6 +42,9 @@ bool sharesExtents(const std::string& a, const std::string& b, std::uint64_t siz
     return shared;
 }
 
+// APFS gives no whole extent map cheaply; every copy is hashed.
+std::optional<std::string> storageMap(const std::string&) { return std::nullopt; }
+
 Result<void> cloneFile(const std::string& source, const std::string& destination) {
     if (::clonefile(source.c_str(), destination.c_str(), CLONE_NOFOLLOW) != 0) return errnoError("clonefile " + source);
     return {};

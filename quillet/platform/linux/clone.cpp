@@ -8,6 +8,8 @@
 #include <unistd.h>
 
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace kelvor {
 
@@ -55,6 +57,38 @@ bool sharesExtents(const std::string& a, const std::string& b, std::uint64_t siz
         if (left && right && *left == *right) return true;
     }
     return false;
+}
+
+std::optional<std::string> storageMap(const std::string& path) {
+    Fd file{::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC)};
+    struct stat st {};
+    if (file.fd < 0 || ::fstat(file.fd, &st) != 0 || !S_ISREG(st.st_mode)) return std::nullopt;
+    // First how many extents there are, then all of them; dirty pages are written out first, so a
+    // clone written to since shows its own new blocks.
+    struct fiemap count {};
+    count.fm_length = FIEMAP_MAX_OFFSET;
+    count.fm_flags = FIEMAP_FLAG_SYNC;
+    if (::ioctl(file.fd, FS_IOC_FIEMAP, &count) != 0 || count.fm_mapped_extents == 0) return std::nullopt;
+    const std::uint32_t wanted = count.fm_mapped_extents;
+    std::vector<std::uint64_t> buffer((sizeof(struct fiemap) + wanted * sizeof(struct fiemap_extent)) / 8 + 1, 0);
+    auto* map = reinterpret_cast<struct fiemap*>(buffer.data());
+    map->fm_length = FIEMAP_MAX_OFFSET;
+    map->fm_flags = FIEMAP_FLAG_SYNC;
+    map->fm_extent_count = wanted;
+    if (::ioctl(file.fd, FS_IOC_FIEMAP, map) != 0 || map->fm_mapped_extents == 0) return std::nullopt;
+    // Only plain extents say exactly where the bytes are: an encoded extent's physical offset names
+    // the whole compressed run, not the part this file reads.
+    constexpr std::uint32_t PLAIN = FIEMAP_EXTENT_LAST | FIEMAP_EXTENT_SHARED | FIEMAP_EXTENT_MERGED;
+    std::string text = std::to_string(st.st_dev) + ":" + std::to_string(st.st_size);
+    for (std::uint32_t i = 0; i < map->fm_mapped_extents; ++i) {
+        const fiemap_extent& extent = map->fm_extents[i];
+        if (extent.fe_flags & ~PLAIN) return std::nullopt;
+        text += " " + std::to_string(extent.fe_logical) + "@" + std::to_string(extent.fe_physical) + "+" +
+                std::to_string(extent.fe_length);
+    }
+    // A file that grew extents between the two questions is not described whole.
+    if (!(map->fm_extents[map->fm_mapped_extents - 1].fe_flags & FIEMAP_EXTENT_LAST)) return std::nullopt;
+    return text;
 }
 
 Result<void> cloneFile(const std::string& source, const std::string& destination) {
