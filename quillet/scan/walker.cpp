@@ -70,12 +70,15 @@ std::optional<WorkItem> WorkQueue::pop() {
 
 void WorkQueue::push(std::vector<WorkItem>& pushing) {
     if (pushing.empty()) return;
+    const bool one = pushing.size() == 1;
     {
         std::lock_guard guard(lock_);
         for (WorkItem& item : pushing) stack_.push_back(std::move(item));
     }
     pushing.clear();
-    cond_.notify_all();
+    // One batch of a large folder needs one worker: waking them all would send the rest back to sleep.
+    if (one) cond_.notify_one();
+    else cond_.notify_all();
 }
 
 void WorkQueue::finish(std::vector<WorkItem>& pushing) {
