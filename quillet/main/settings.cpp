@@ -37,6 +37,7 @@ ParsedArguments parseArguments(const std::vector<std::string>& args, const Setti
     s.root = defaults.home;
     s.modes = defaults.insideAppBundle ? std::vector<std::string>{"gui"} : TERMINAL_DEFAULT_MODES;
     s.threads = defaultWalkWorkers(defaults.processors);
+    s.walkWorkers = growingWalkWorkers(defaults.processors);
     s.args = args;
 
     if (auto at = std::find(args.begin(), args.end(), "--remove-root"); at != args.end()) {
@@ -76,6 +77,7 @@ ParsedArguments parseArguments(const std::vector<std::string>& args, const Setti
                 if (auto n = parseInteger(*v)) {
                     int most = THREADS_PER_PROCESSOR_LIMIT * std::max(1, defaults.processors);
                     s.threads = std::clamp(*n, 1, most);
+                    s.walkWorkers = exactWalkWorkers(s.threads);
                     parsed.threadsOutOfRange.reset();
                     if (s.threads != *n) parsed.threadsOutOfRange = *v;
                 }

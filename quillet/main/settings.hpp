@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "quillet/rules/tier.hpp"
+#include "quillet/scan/worker_count.hpp"
 
 namespace kelvor {
 
@@ -20,6 +21,7 @@ struct Settings {
     std::string root;                        // --root; the home folder by default
     std::vector<std::string> modes;          // --mode; see TERMINAL_DEFAULT_MODES
     int threads = 1;                         // --threads; defaultWalkWorkers() by default
+    WalkWorkers walkWorkers{};               // the scan's walk: exactly --threads; growingWalkWorkers() by default
     std::optional<std::string> renderPath;   // --out
     std::string style = "treemap";           // --style
     bool cleanApply = false;                 // --apply

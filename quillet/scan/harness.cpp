@@ -25,15 +25,21 @@ std::string joined(const std::vector<WalkerRun>& walkers) {
 
 void printLine(const std::string& text) { std::printf("%s\n", text.c_str()); }
 
+// "16 threads", or "2 to 16 threads" for a walk that grows on a cold disk.
+std::string workersText(const WalkWorkers& workers) {
+    std::string text = std::to_string(workers.most) + (workers.most == 1 ? " thread" : " threads");
+    return workers.first == workers.most ? text : std::to_string(workers.first) + " to " + text;
+}
+
 // One walker over the buckets, timed from before the root's own files are counted.
-void runWalker(const WalkerRun& run, const Settings& settings, int threads, const Buckets& buckets) {
+void runWalker(const WalkerRun& run, const Settings& settings, const Buckets& buckets) {
     const std::string& mode = run.name;
     const double start = monotonicSeconds();
     Agg agg(buckets.names, start);
     const std::uint64_t rootFileBytes = countRootFiles(buckets, agg);
     double wall = 0;
     const bool everyWorker = run.walker == Walker::parallel || run.walker == Walker::breadthFirst;
-    const int workers = everyWorker ? threads : 1;
+    const WalkWorkers workers = everyWorker ? settings.walkWorkers : exactWalkWorkers(1);
     {
         Sampler sampler(agg);
         switch (run.walker) {
@@ -57,7 +63,7 @@ void runWalker(const WalkerRun& run, const Settings& settings, int threads, cons
                                  " bytes, " + std::to_string(state.files) + " files, " + std::to_string(state.dirs) +
                                  " dirs, " + std::to_string(state.hardlinkDupes) + " hardlink dupes, " +
                                  std::to_string(state.errors) + " errors, " + std::to_string(state.denied) +
-                                 " denied, " + wallText + " s, " + std::to_string(workers) + (workers == 1 ? " thread" : " threads"));
+                                 " denied, " + wallText + " s, " + workersText(workers));
 }
 
 }  // namespace
@@ -70,7 +76,7 @@ int runScanSpeed(const Settings& settings, const std::vector<WalkerRun>& walkers
     printLine(trf(S::scanModesLine, {joined(walkers)}));
     printLine(trf(S::scanBucketsLine, {std::to_string(buckets.names.size())}));
     std::fflush(stdout);
-    for (const WalkerRun& run : walkers) runWalker(run, settings, threads, buckets);
+    for (const WalkerRun& run : walkers) runWalker(run, settings, buckets);
     return 0;
 }
 

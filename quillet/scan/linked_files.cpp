@@ -1,6 +1,8 @@
 #include "quillet/scan/linked_files.hpp"
 
 #include <algorithm>
+#include <map>
+#include <utility>
 
 namespace kelvor {
 
@@ -11,9 +13,15 @@ namespace {
 constexpr std::size_t FILL_EIGHTHS = 6;
 constexpr std::size_t FIRST_CAPACITY = 64;
 
-// Mixes the key so neighbouring inode numbers land far apart, in shards and in slots.
+// Files of one folder mostly have neighbouring inode numbers, and a walk meets them one after the
+// other: a run of NEIGHBOURS of them shares one hash, so they share a shard and sit side by side in
+// one cache line of its table, where one memory fetch finds them all.
+constexpr unsigned NEIGHBOUR_BITS = 3;
+constexpr std::uint64_t NEIGHBOURS = std::uint64_t{1} << NEIGHBOUR_BITS;
+
+// Mixes the key so runs of neighbouring inode numbers land far apart, in shards and in slots.
 std::uint64_t mixed(std::uint64_t device, std::uint64_t fileID) {
-    std::uint64_t x = fileID ^ (device * 0x9E3779B97F4A7C15ull);
+    std::uint64_t x = (fileID >> NEIGHBOUR_BITS) ^ (device * 0x9E3779B97F4A7C15ull);
     x ^= x >> 30;
     x *= 0xBF58476D1CE4E5B9ull;
     x ^= x >> 27;
@@ -24,43 +32,90 @@ std::uint64_t mixed(std::uint64_t device, std::uint64_t fileID) {
 
 }  // namespace
 
-// One shard. Devices are few, so a slot names its device by a small index into `devices` (0 marks
-// an empty slot) instead of carrying all 8 bytes. A slot keeps the links not yet seen rather than
-// the size: the sighting that sees the last link subtracts the size it carries from `outside`.
+// One shard: an open-addressed table of 8-byte slots per device (most walks meet one), each slot
+// holding an inode number in its low 56 bits and, above them, the links not yet seen (0 in all
+// bits marks an empty slot). Keeping the links not yet seen rather than the size is enough: the
+// sighting that sees the last link subtracts the size it carries from `outside`. The few files that
+// do not fit a slot (inode 0 or beyond 56 bits, more than 256 links) sit in `unusual`.
 struct LinkedFiles::Shard {
-    struct Slot {
-        std::uint64_t fileID = 0;
-        std::uint32_t deviceIndex = 0;  // 1 + index into devices; 0: empty
-        std::uint32_t unseen = 0;       // links not yet seen
+    static constexpr unsigned INODE_BITS = 56;
+    static constexpr std::uint64_t INODE_MASK = (std::uint64_t{1} << INODE_BITS) - 1;
+    static constexpr std::uint32_t UNSEEN_MOST = 255;
+
+    struct Table {
+        std::uint64_t device = 0;
+        std::vector<std::uint64_t> slots;
+        std::size_t used = 0;
+
+        std::uint64_t& slotFor(std::uint64_t hash, std::uint64_t fileID) {
+            const std::size_t mask = slots.size() - 1;
+            const std::uint64_t start = hash << NEIGHBOUR_BITS | (fileID & (NEIGHBOURS - 1));
+            for (std::size_t at = start & mask;; at = (at + 1) & mask) {
+                std::uint64_t& slot = slots[at];
+                if (slot == 0 || (slot & INODE_MASK) == fileID) return slot;
+            }
+        }
+
+        void growIfFull() {
+            if ((used + 1) * 8 <= slots.size() * FILL_EIGHTHS) return;
+            std::vector<std::uint64_t> old(std::max(FIRST_CAPACITY, slots.size() * 2));
+            old.swap(slots);
+            for (std::uint64_t slot : old)
+                if (slot != 0) slotFor(mixed(device, slot & INODE_MASK), slot & INODE_MASK) = slot;
+        }
     };
-    static_assert(sizeof(Slot) == 16);
 
     std::mutex lock;
-    std::vector<std::uint64_t> devices;
-    std::vector<Slot> slots;
+    std::vector<Table> tables;
+    std::map<std::pair<std::uint64_t, std::uint64_t>, std::uint32_t> unusual;  // (device, inode) -> unseen
     std::size_t used = 0;
+    std::uint64_t dupes = 0;
     std::uint64_t outside = 0;  // bytes of the recorded files with unseen links
 
-    std::uint32_t indexOf(std::uint64_t device) {
-        auto at = std::find(devices.begin(), devices.end(), device);
-        if (at == devices.end()) at = devices.insert(devices.end(), device);
-        return static_cast<std::uint32_t>(at - devices.begin()) + 1;
+    Table& tableOf(std::uint64_t device) {
+        for (Table& table : tables)
+            if (table.device == device) return table;
+        return tables.emplace_back(Table{device, {}, 0});
     }
 
-    Slot& slotFor(std::uint64_t hash, std::uint64_t fileID, std::uint32_t deviceIndex) {
-        const std::size_t mask = slots.size() - 1;
-        for (std::size_t at = hash & mask;; at = (at + 1) & mask) {
-            Slot& slot = slots[at];
-            if (slot.deviceIndex == 0 || (slot.fileID == fileID && slot.deviceIndex == deviceIndex)) return slot;
+    // A later sighting of a file whose unseen links are `unseen`.
+    void seenAgain(std::uint32_t& unseen, std::uint64_t allocSize) {
+        ++dupes;
+        if (unseen > 0 && --unseen == 0) outside -= std::min(allocSize, outside);
+    }
+
+    // Records a first sighting; its other links are still to be seen.
+    void first(std::uint32_t unseen, std::uint64_t allocSize) {
+        ++used;
+        if (unseen > 0) outside += allocSize;
+    }
+
+    bool claimUnusual(std::uint64_t device, std::uint64_t fileID, std::uint32_t unseen, std::uint64_t allocSize) {
+        auto [at, added] = unusual.try_emplace({device, fileID}, unseen);
+        if (added) first(unseen, allocSize);
+        else seenAgain(at->second, allocSize);
+        return added;
+    }
+
+    bool claim(std::uint64_t hash, std::uint64_t device, std::uint64_t fileID, std::uint32_t unseen,
+               std::uint64_t allocSize) {
+        if (fileID == 0 || fileID > INODE_MASK) return claimUnusual(device, fileID, unseen, allocSize);
+        Table& table = tableOf(device);
+        table.growIfFull();
+        std::uint64_t& slot = table.slotFor(hash, fileID);
+        if (slot != 0) {
+            std::uint32_t left = static_cast<std::uint32_t>(slot >> INODE_BITS);
+            seenAgain(left, allocSize);
+            slot = fileID | std::uint64_t{left} << INODE_BITS;
+            return false;
         }
-    }
-
-    void grow() {
-        std::vector<Slot> old(std::max(FIRST_CAPACITY, slots.size() * 2));
-        old.swap(slots);
-        for (const Slot& slot : old)
-            if (slot.deviceIndex != 0)
-                slotFor(mixed(devices[slot.deviceIndex - 1], slot.fileID), slot.fileID, slot.deviceIndex) = slot;
+        // Its first sighting may have had too many links for a slot.
+        if (unseen > UNSEEN_MOST || (!unusual.empty() && unusual.contains({device, fileID})))
+            return claimUnusual(device, fileID, unseen, allocSize);
+        slot = fileID | std::uint64_t{unseen} << INODE_BITS;
+        ++table.used;
+        first(unseen, allocSize);
+        return true;
     }
 };
 
@@ -75,21 +130,17 @@ bool LinkedFiles::claim(std::uint64_t device, std::uint64_t fileID, std::uint32_
     // The top bits choose the shard, the low bits the slot, so the two choices are independent.
     Shard& shard = *shards_[hash >> 58 & (LINK_SHARDS - 1)];
     std::lock_guard guard(shard.lock);
-    if ((shard.used + 1) * 8 > shard.slots.size() * FILL_EIGHTHS) shard.grow();
-    const std::uint32_t deviceIndex = shard.indexOf(device);
-    Shard::Slot& slot = shard.slotFor(hash, fileID, deviceIndex);
-    if (slot.deviceIndex == 0) {
-        slot = {fileID, deviceIndex, linkCount > 0 ? linkCount - 1 : 0};
-        ++shard.used;
-        if (slot.unseen > 0) shard.outside += allocSize;
-        return true;
-    }
-    dupes_.fetch_add(1, std::memory_order_relaxed);
-    if (slot.unseen > 0 && --slot.unseen == 0) shard.outside -= std::min(allocSize, shard.outside);
-    return false;
+    return shard.claim(hash, device, fileID, linkCount > 0 ? linkCount - 1 : 0, allocSize);
 }
 
-std::uint64_t LinkedFiles::dupes() const { return dupes_.load(std::memory_order_relaxed); }
+std::uint64_t LinkedFiles::dupes() const {
+    std::uint64_t dupes = 0;
+    for (const auto& shard : shards_) {
+        std::lock_guard guard(shard->lock);
+        dupes += shard->dupes;
+    }
+    return dupes;
+}
 
 std::uint64_t LinkedFiles::bytesLinkedOutside() const {
     std::uint64_t bytes = 0;

@@ -1,9 +1,9 @@
 #pragma once
 // The multiply-linked files a walk has already counted, keyed by (device, inode). Workers claim
 // files concurrently: the set is split into shards, each behind its own lock, so two workers
-// rarely wait for each other, and each shard is one open-addressed table of 16-byte slots.
+// rarely wait for each other, and each shard keeps a file in one 8-byte slot of an open-addressed
+// table, so a walk among 300,000 linked files holds about 4 MB.
 #include <array>
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -40,7 +40,6 @@ public:
 private:
     struct Shard;
     std::array<std::unique_ptr<Shard>, LINK_SHARDS> shards_;
-    std::atomic<std::uint64_t> dupes_{0};
 };
 
 }  // namespace kelvor

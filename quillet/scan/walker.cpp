@@ -1,12 +1,14 @@
 #include "quillet/scan/walker.hpp"
 
-#include <climits>
+#include <algorithm>
 #include <atomic>
+#include <climits>
 #include <cerrno>
 #include <memory>
 #include <string>
 
 #include "quillet/platform/dir_failures.hpp"
+#include "quillet/platform/disk_reads.hpp"
 #include "quillet/platform/dirs.hpp"
 #include "quillet/platform/workers.hpp"
 
@@ -20,11 +22,18 @@ bool WorkQueue::available() const {
 }
 
 bool WorkQueue::pastDeadline() {
-    if (deadline_ && std::chrono::steady_clock::now() >= *deadline_) {
+    if (deadline_ && std::chrono::steady_clock::now() >= *deadline_ && !cancelled_) {
         cancelled_ = true;
         cond_.notify_all();
+        ended_.notify_all();
     }
     return cancelled_;
+}
+
+void WorkQueue::end() {
+    done_ = true;
+    cond_.notify_all();
+    ended_.notify_all();
 }
 
 std::optional<WorkItem> WorkQueue::pop() {
@@ -51,8 +60,7 @@ std::optional<WorkItem> WorkQueue::pop() {
             return item;
         }
         if (busy_ == 0) {
-            done_ = true;
-            cond_.notify_all();
+            end();
             return std::nullopt;
         }
         if (deadline_) cond_.wait_until(guard, *deadline_);
@@ -62,12 +70,15 @@ std::optional<WorkItem> WorkQueue::pop() {
 
 void WorkQueue::push(std::vector<WorkItem>& pushing) {
     if (pushing.empty()) return;
+    const bool one = pushing.size() == 1;
     {
         std::lock_guard guard(lock_);
         for (WorkItem& item : pushing) stack_.push_back(std::move(item));
     }
     pushing.clear();
-    cond_.notify_all();
+    // One batch of a large folder needs one worker: waking them all would send the rest back to sleep.
+    if (one) cond_.notify_one();
+    else cond_.notify_all();
 }
 
 void WorkQueue::finish(std::vector<WorkItem>& pushing) {
@@ -76,14 +87,23 @@ void WorkQueue::finish(std::vector<WorkItem>& pushing) {
     for (WorkItem& item : pushing) stack_.push_back(std::move(item));
     pushing.clear();
     --busy_;
-    if (busy_ == 0 && !available()) done_ = true;
-    if (done_ || pushed) cond_.notify_all();
+    if (busy_ == 0 && !available()) end();
+    else if (pushed) cond_.notify_all();
 }
 
 void WorkQueue::cancel() {
     std::lock_guard guard(lock_);
     cancelled_ = true;
     cond_.notify_all();
+    ended_.notify_all();
+}
+
+bool WorkQueue::waitEnd(std::chrono::milliseconds longest) {
+    std::unique_lock guard(lock_);
+    auto until = std::chrono::steady_clock::now() + longest;
+    if (deadline_ && *deadline_ < until) until = *deadline_;
+    ended_.wait_until(guard, until, [this] { return done_ || cancelled_; });
+    return done_ || cancelled_ || pastDeadline();
 }
 
 bool WorkQueue::cancelled() const {
@@ -292,12 +312,32 @@ struct Worker {
 }  // namespace
 
 WalkEnd scanBulk(int threads, Agg& agg, std::vector<WorkItem> seeds, QueueOrder order, std::optional<Deadline> deadline) {
+    return scanBulk(exactWalkWorkers(threads), agg, std::move(seeds), order, deadline);
+}
+
+WalkEnd scanBulk(const WalkWorkers& workers, Agg& agg, std::vector<WorkItem> seeds, QueueOrder order,
+                 std::optional<Deadline> deadline) {
     WorkQueue queue(std::move(seeds), order, deadline);
     std::atomic<int> held{0};
-    runWorkers(threads < 1 ? 1 : threads, WORKER_STACK_BYTES, [&](int) {
-        Worker worker(agg, queue, held, threads > 1);
+    const int most = std::max(1, workers.most);
+    WorkerGroup group(WORKER_STACK_BYTES, [&](int) {
+        Worker worker(agg, queue, held, most > 1);
         worker.run();
     });
+    int running = group.growTo(std::clamp(workers.first, 1, most));
+    // The count of reads from the disk is the process's: what it read before the walk is not the walk's.
+    std::optional<std::uint64_t> readBefore = running < most ? bytesReadFromDisk() : std::nullopt;
+    while (readBefore && running < most && !queue.waitEnd(WALK_GROWTH_CHECK)) {
+        const std::optional<std::uint64_t> readNow = bytesReadFromDisk();
+        if (!readNow) break;
+        if (*readNow > *readBefore) {
+            const int wanted = grownWalkWorkers(running, workers);
+            if (group.growTo(wanted) < wanted) break;  // the system refuses more threads
+            running = wanted;
+        }
+        readBefore = readNow;
+    }
+    group.join();
     return queue.cancelled() ? WalkEnd::cancelled : WalkEnd::finished;
 }
 

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "quillet/scan/agg.hpp"
+#include "quillet/scan/worker_count.hpp"
 
 namespace kelvor {
 
@@ -74,6 +75,9 @@ public:
     // Makes every pop() return none from its next check on.
     void cancel();
 
+    // Waits at most `longest` for the walk to be done or cancelled; true when it is.
+    bool waitEnd(std::chrono::milliseconds longest);
+
     bool cancelled() const;
     bool done() const;
     // Items held in storage, consumed ones at the front of a breadth-first list included.
@@ -82,9 +86,11 @@ public:
 private:
     bool available() const;  // with lock_ held
     bool pastDeadline();     // with lock_ held; cancels when it has passed
+    void end();              // with lock_ held: done, and every waiter woken
 
     mutable std::mutex lock_;
     std::condition_variable cond_;
+    std::condition_variable ended_;  // wakes waitEnd(), apart from the many wake-ups of cond_
     std::vector<WorkItem> stack_;
     std::size_t head_ = 0;
     const QueueOrder order_;
@@ -104,6 +110,12 @@ enum class WalkEnd { finished, cancelled };
 // deeper than the longest path the system accepts are measured whole. Returns when every worker has ended; cancelled when the deadline passed
 // before the walk was done.
 WalkEnd scanBulk(int threads, Agg& agg, std::vector<WorkItem> seeds, QueueOrder order,
+                 std::optional<Deadline> deadline = std::nullopt);
+
+// The same walk with `workers.first` workers from the start and, while the walk finds itself
+// reading from the disk (checked every WALK_GROWTH_CHECK), twice as many each time up to
+// `workers.most`.
+WalkEnd scanBulk(const WalkWorkers& workers, Agg& agg, std::vector<WorkItem> seeds, QueueOrder order,
                  std::optional<Deadline> deadline = std::nullopt);
 
 // `folder` + "/" + `name`, without doubling the slash of "/".

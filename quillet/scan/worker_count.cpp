@@ -10,4 +10,15 @@ int defaultWalkWorkers(int processors) {
     return std::max(online, std::min(online * WALK_WORKERS_PER_PROCESSOR, WALK_WORKERS_MOST));
 }
 
+WalkWorkers growingWalkWorkers(int processors) { return {std::max(1, processors), defaultWalkWorkers(processors)}; }
+
+WalkWorkers exactWalkWorkers(int count) {
+    const int exact = std::max(1, count);
+    return {exact, exact};
+}
+
+int grownWalkWorkers(int running, const WalkWorkers& workers) {
+    return std::clamp(2 * std::max(1, running), 1, std::max(1, workers.most));
+}
+
 }  // namespace kelvor

@@ -1,20 +1,44 @@
 #pragma once
-// How many workers a walk starts when none is asked for.
+// How many workers a walk runs when none is asked for.
 //
-// A first walk of the day finds little in the cache: each worker spends most of its time asleep in
-// the kernel while an inode or a directory block is read from the disk, and more workers keep more
-// reads in flight (on a cold 300k-file tree, 16 workers on two processors take 1.3 s where two
-// take 2.0 s). On a warm cache the extra workers simply wait for a processor: a folder is a long
-// piece of work, so they seldom contend, and the walk runs as fast as with one per processor.
+// On a warm cache a walk is bound by the processors: one worker each is as fast as any number, and
+// extra ones only cost memory and switches. A first walk of the day finds little in the cache:
+// each worker spends most of its time asleep in the kernel while an inode or a directory block is
+// read from the disk, and more workers keep more reads in flight (on a cold 300k-file tree, 16
+// workers on two processors take 1.3 s where two take 2.0 s). So a walk starts with one worker per
+// processor and adds more while it sees itself reading from the disk.
+#include <chrono>
+
 namespace kelvor {
 
 // Workers per processor online, and the most a default ever starts.
 inline constexpr int WALK_WORKERS_PER_PROCESSOR = 8;
 inline constexpr int WALK_WORKERS_MOST = 32;
 
+// How often a growing walk looks at its reads from the disk.
+inline constexpr std::chrono::milliseconds WALK_GROWTH_CHECK{5};
+
+// The workers of one walk: `first` from its start, and more, up to `most`, while it waits on the
+// disk. Equal counts run exactly that many.
+struct WalkWorkers {
+    int first = 1;
+    int most = 1;
+    bool operator==(const WalkWorkers&) const = default;
+};
+
 // The default number of walk workers on a machine with `processors` online (anything below 1 is
 // taken as 1): more than the processors, at most WALK_WORKERS_MOST unless there are more processors
 // than that. `--threads` overrides it exactly.
 int defaultWalkWorkers(int processors);
+
+// The default walk: one worker per processor, growing to defaultWalkWorkers(processors).
+WalkWorkers growingWalkWorkers(int processors);
+
+// Exactly `count` workers (at least 1), as `--threads` asks.
+WalkWorkers exactWalkWorkers(int count);
+
+// The count after one more check that found the walk reading from the disk: twice as many, never
+// beyond `workers.most`.
+int grownWalkWorkers(int running, const WalkWorkers& workers);
 
 }  // namespace kelvor

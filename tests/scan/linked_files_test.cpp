@@ -29,6 +29,41 @@ TEST(LinkedFiles, AFileSeenMoreTimesThanItsLinksIsNotOutside) {
     EXPECT_EQ(files.dupes(), 2u);
 }
 
+TEST(LinkedFiles, FilesBeyondACompactSlotAreStillCountedOnce) {
+    // Inode numbers past 56 bits (XFS, btrfs can make them), inode 0 and more links than a slot
+    // holds: each is still one file, and its unseen links are still followed to the last.
+    struct Case {
+        std::uint64_t inode;
+        std::uint32_t links;
+    };
+    const Case cases[] = {{0, 2}, {std::uint64_t{1} << 56, 2}, {~std::uint64_t{0}, 3}, {9, 300}, {10, 70000}};
+    for (const Case& c : cases) {
+        LinkedFiles files;
+        EXPECT_TRUE(files.claim(5, c.inode, c.links, 4096)) << c.inode;
+        // The same inode number on another device, and a neighbour, are other files.
+        EXPECT_TRUE(files.claim(6, c.inode, 2, 512)) << c.inode;
+        EXPECT_TRUE(files.claim(5, c.inode ^ 1, 2, 512)) << c.inode;
+        for (std::uint32_t seen = 1; seen + 1 < c.links; ++seen) ASSERT_FALSE(files.claim(5, c.inode, c.links, 4096)) << c.inode;
+        EXPECT_EQ(files.bytesLinkedOutside(), 4096u + 1024u) << c.inode << ": one link not seen yet";
+        EXPECT_FALSE(files.claim(5, c.inode, c.links, 4096)) << c.inode;
+        EXPECT_EQ(files.size(), 3u) << c.inode;
+        EXPECT_EQ(files.dupes(), c.links - 1) << c.inode;
+        EXPECT_EQ(files.bytesLinkedOutside(), 1024u) << c.inode << ": the first file's links were all seen";
+    }
+}
+
+TEST(LinkedFiles, AFileThatGainedLinksIsFoundWhereItsFirstSightingPutIt) {
+    LinkedFiles files;
+    // First met with more links than a slot holds, later with fewer (some removed meanwhile), and
+    // the other way round: either way it is the same file.
+    EXPECT_TRUE(files.claim(1, 77, 400, 4096));
+    EXPECT_FALSE(files.claim(1, 77, 2, 4096));
+    EXPECT_TRUE(files.claim(1, 78, 2, 4096));
+    EXPECT_FALSE(files.claim(1, 78, 400, 4096));
+    EXPECT_EQ(files.size(), 2u);
+    EXPECT_EQ(files.dupes(), 2u);
+}
+
 TEST(LinkedFiles, ConcurrentClaimsCountEachDeviceAndInodeOnce) {
     LinkedFiles files;
     constexpr int WORKERS = 8;

@@ -97,6 +97,32 @@ TEST(WorkQueue, CancelledQueuesHandOutNothing) {
     EXPECT_TRUE(late.cancelled());
 }
 
+TEST(WorkQueue, WaitingForTheEndSeesDoneCancelledOrADeadline) {
+    using std::chrono::milliseconds;
+    WorkQueue queue(items(1), QueueOrder::depthFirst);
+    ASSERT_TRUE(queue.pop());
+    EXPECT_FALSE(queue.waitEnd(milliseconds(1))) << "an item is still held";
+    std::thread worker([&] {
+        std::vector<WorkItem> none;
+        queue.finish(none);
+    });
+    EXPECT_TRUE(queue.waitEnd(milliseconds(60000))) << "the last finish ends the wait";
+    worker.join();
+    EXPECT_TRUE(queue.done());
+
+    WorkQueue cancelled(items(1), QueueOrder::depthFirst);
+    ASSERT_TRUE(cancelled.pop());
+    std::thread canceller([&] { cancelled.cancel(); });
+    EXPECT_TRUE(cancelled.waitEnd(milliseconds(60000)));
+    canceller.join();
+
+    // Nobody pops after the deadline: the wait itself must notice it.
+    WorkQueue late(items(1), QueueOrder::depthFirst, std::chrono::steady_clock::now() + milliseconds(20));
+    ASSERT_TRUE(late.pop());
+    EXPECT_TRUE(late.waitEnd(milliseconds(60000)));
+    EXPECT_TRUE(late.cancelled());
+}
+
 TEST(WorkQueue, BreadthFirstDropsItsConsumedFrontOnceLargeAndMoreThanHalf) {
     WorkQueue queue(items(10000), QueueOrder::breadthFirst);
     std::vector<WorkItem> none;

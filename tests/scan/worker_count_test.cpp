@@ -27,6 +27,30 @@ TEST(WorkerCount, NeverFewerThanTheProcessorsNorMoreThanNeeded) {
     }
 }
 
+TEST(WorkerCount, AGrowingWalkStartsWithTheProcessorsAndDoublesUpToItsMost) {
+    for (int processors : {1, 2, 3, 8, 64}) {
+        const WalkWorkers workers = growingWalkWorkers(processors);
+        const std::string input = std::to_string(processors) + " processors";
+        EXPECT_EQ(workers.first, processors) << input << ": a warm walk needs no more";
+        EXPECT_EQ(workers.most, defaultWalkWorkers(processors)) << input;
+        int running = workers.first;
+        int checks = 0;
+        for (; running < workers.most; ++checks) {
+            const int grown = grownWalkWorkers(running, workers);
+            ASSERT_GT(grown, running) << input << ": every check that saw disk reads adds workers";
+            running = grown;
+        }
+        EXPECT_EQ(running, workers.most) << input << ": never beyond the most";
+        EXPECT_LE(checks, 4) << input << ": a cold walk reaches its most within a few checks";
+    }
+}
+
+TEST(WorkerCount, AskedWorkersAreExact) {
+    EXPECT_EQ(exactWalkWorkers(5), (WalkWorkers{5, 5}));
+    EXPECT_EQ(exactWalkWorkers(0), (WalkWorkers{1, 1})) << "a walk always has a worker";
+    EXPECT_EQ(grownWalkWorkers(5, exactWalkWorkers(5)), 5);
+}
+
 TEST(WorkerCount, AnUnknownProcessorCountStillWalks) {
     EXPECT_EQ(defaultWalkWorkers(0), defaultWalkWorkers(1));
     EXPECT_EQ(defaultWalkWorkers(-3), defaultWalkWorkers(1));
