@@ -104,6 +104,7 @@ void addRecordRows(std::vector<RestorableItem>& rows, std::map<std::string, Rule
             out.ruleTier = item->ruleTier;
             out.ruleVerified = item->ruleVerified;
             out.recordRow = item->trashedTo;
+            out.originalParentID = item->originalParentID;
             if (trashed && !discardedAt) out.trashedTo = item->trashedTo;
             else out.goneAt = discardedAt ? *discardedAt : when;
             observe(out);
@@ -214,12 +215,11 @@ void markReleasedDiscarded(const std::string& heldAt, const std::string& when) {
 
 bool fromLedger(const RestorableItem& item) { return !item.heldAt.empty(); }
 
-// The Trash entry still holds the item moved there from the row's place: its mark says so, or,
-// on a file system that kept no mark, the Trash's own record does.
+// The Trash entry still holds the item moved there from the row's place, as its moved mark says.
+// The Trash's own record is no proof: it stays behind when the entry is replaced.
 bool stillOurEntry(const RestorableItem& item) {
-    if (std::optional<MovedMark> mark = movedMark(item.trashedTo)) return mark->originalPath == item.originalPath;
-    std::optional<std::string> origin = trashRecordOrigin(item.trashedTo);
-    return origin && *origin == item.originalPath;
+    std::optional<MovedMark> mark = movedMark(item.trashedTo);
+    return mark && mark->originalPath == item.originalPath;
 }
 
 std::optional<RestoreFailure> fail(RestoreProblem problem, std::string text) {
@@ -235,6 +235,9 @@ std::optional<RestoreFailure> restoreFromTrash(const RestorableItem& item) {
         return fail(RestoreProblem::other, outcome.message);
     }
     if (!stillOurEntry(item)) return fail(RestoreProblem::notOurEntry, trf(S::recoveryNotOurEntry));
+    // Moving it into a folder that became a link would put it somewhere else entirely.
+    if (restoreParentIsLink(item.originalParentID, item.originalPath))
+        return fail(RestoreProblem::other, trf(S::recoveryParentIsLink));
     Result<void> moved = FileOps::real().rename(item.trashedTo, item.originalPath);
     if (!moved) return fail(RestoreProblem::other, moved.error().describe());
     forgetTrashRecord(item.trashedTo);
@@ -397,9 +400,9 @@ std::vector<RestorableItem> restorableItems() {
     addLedgerRows(rows, heldRules);
     std::stable_sort(rows.begin(), rows.end(),
                      [](const RestorableItem& a, const RestorableItem& b) { return a.when > b.when; });
-    rows = foldSameOrigin(std::move(rows));
-    // Put back by hand: nothing is left to restore or to discard.
+    // Put back by hand: nothing is left to restore or to discard, and nothing to fold into.
     std::erase_if(rows, [](const RestorableItem& row) { return row.isBack(); });
+    rows = foldSameOrigin(std::move(rows));
     stampGoneSeen(rows);
     return rows;
 }

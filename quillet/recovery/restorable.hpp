@@ -43,6 +43,7 @@ struct RestorableItem {
     bool foreignOwner = false;           // the copy kept here belongs to another user (root, mostly)
     std::string heldAt;                  // the quarantine path, for rows the quarantine ledger keeps
     std::string recordRow;               // the "trashedTo" naming the row in its undo record
+    std::string originalParentID;        // the recorded identity of the folder it came out of
 
     bool isBack() const { return backNow.value_or(false); }
     // The way back of this row, in the current language (with the days this item has left).

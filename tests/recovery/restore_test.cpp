@@ -228,6 +228,25 @@ TEST(RestoreCentre, DiscardRefusesATrashEntryKelvorDidNotMove) {
     EXPECT_EQ(run.status, 1) << run.out;
     EXPECT_TRUE(contains(run.err, "✗ " + cleans.npm + " — ")) << run.err;
     EXPECT_EQ(readFile(entry), "not Kelvor's");
+    // Nor is it put in the place the row names.
+    RunOutput back = restore({"--path", "_cacache"});
+    EXPECT_EQ(back.status, 1);
+    EXPECT_TRUE(contains(back.err, "the Trash entry is not the one Kelvor moved")) << back.err;
+    EXPECT_FALSE(fs::exists(cleans.npm));
+}
+
+TEST(RestoreCentre, NeverRestoresIntoAFolderThatBecameALink) {
+    TwoCleans cleans;
+    // The folder the cache came out of is swapped for a link to somewhere else.
+    const std::string elsewhere = cleans.home / "elsewhere";
+    fs::create_directories(elsewhere);
+    fs::remove_all(cleans.home / ".npm");
+    fs::create_directory_symlink(elsewhere, cleans.home / ".npm");
+    RunOutput run = restore({"--path", "_cacache"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_TRUE(contains(run.err, "is now a link")) << run.err;
+    EXPECT_TRUE(fs::is_empty(elsewhere));
+    EXPECT_TRUE(fs::exists(cleans.home / ".local/share/Trash/files/_cacache"));
 }
 
 TEST(RestoreCentre, DiscardWithoutARowSaysHowToNameOne) {
