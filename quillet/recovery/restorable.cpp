@@ -7,7 +7,6 @@
 #include <chrono>
 #include <filesystem>
 #include <map>
-#include <set>
 
 #include <nlohmann/json.hpp>
 
