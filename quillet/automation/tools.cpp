@@ -10,6 +10,7 @@
 #include "quillet/automation/overview_tool.hpp"
 #include "quillet/automation/tool_duplicates.hpp"
 #include "quillet/automation/tool_memory.hpp"
+#include "quillet/automation/tool_recovery.hpp"
 #include "quillet/i18n/text.hpp"
 
 namespace kelvor {
@@ -122,7 +123,7 @@ const std::vector<McpTool> MCP_TOOLS = {
      [](const Json& arguments, OperationContext& context) { return toolFree(arguments, context); }},
     {"kelvor_recovery",
      R"TXT(What Kelvor has deleted and what can still be brought back: rows held in quarantine (with the days left before they move on), rows sitting in the Trash (still undoable, and the space not yet returned), and rows already gone or already restored. Each row carries the exact command that puts it back, plus whether the owning tool has since rebuilt the original — in which case the copy cannot go back and is only taking up room. Report-only. Use it for "put that back", "what did you delete", or before suggesting kelvor_free.)TXT",
-     schema(Json::object()), ToolBody{}},
+     schema(Json::object()), [](const Json&, OperationContext&) { return ToolOutcome{toolRecovery(), false}; }},
     {"kelvor_memory",
      R"TXT(Unified-memory picture: the kernel's own pressure verdict, swap, compressed, plus model-serving daemons (Ollama, LM Studio, llama.cpp, MLX...) holding weights resident — with the tool's own stop command. Report-only.)TXT",
      schema(Json::object()),

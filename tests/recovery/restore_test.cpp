@@ -1,21 +1,20 @@
-#include "quillet/recovery/restorable.hpp"
-
+// The restore centre as a person uses it: real cleans on stores the test builds, then
+// `kelvor --mode restore` over what they left, with the Trash of the temporary home.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
-#include <ctime>
+#include <chrono>
 #include <filesystem>
+#include <map>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <nlohmann/json.hpp>
 
-#include "quillet/clean/manifest.hpp"
-#include "quillet/clean/moved_mark.hpp"
-#include "quillet/platform/home.hpp"
-#include "quillet/platform/trash.hpp"
-#include "quillet/quarantine/ledger.hpp"
-#include "quillet/quarantine/quarantine_store.hpp"
 #include "tests/support/run_kelvor.hpp"
+#include "tests/support/run_program.hpp"
 #include "tests/support/temp_home.hpp"
 
 namespace kelvor {
@@ -23,157 +22,292 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::readFile;
-using testing::runKelvorBinary;
+using testing::RunOutput;
 using testing::TempHome;
 using testing::writeFile;
 
-testing::RunOutput restore(const std::vector<std::string>& extra = {}) { return testing::runKelvorMode("restore", extra); }
-
-std::string isoNow() {
-    std::time_t now = std::time(nullptr);
-    char text[32];
-    std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", std::gmtime(&now));
-    return text;
-}
+const std::vector<std::string> ENGLISH = {"LANG=C", "LANGUAGE=", "LC_ALL=", "SHELL=/nonexistent", "HF_HOME=",
+                                          "npm_config_cache="};
 
 bool contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
-// An older clean that moved `path` to the Trash, recorded as a finished undo record.
-std::string trashWithRecord(const std::string& path, const std::string& when) {
-    Result<TrashMove> moved = moveToTrash(path, when.substr(0, 19));
-    EXPECT_TRUE(moved.ok());
-    EXPECT_TRUE(markMoved(moved.value().destination, path, WallClock::now()).ok());
-    ManifestItem item;
-    item.owner = "Cargo";
-    item.component = "build output";
-    item.originalPath = path;
-    item.trashedTo = moved.value().destination;
-    item.bytes = 11;
-    item.pending = false;
-    nlohmann::json record = {{"version", 1}, {"when", when}, {"items", {manifestItemJson(item)}}};
-    writeFile(undoDir() + "/20260101T000000Z-test.json", record.dump());
-    return item.trashedTo;
+RunOutput kelvor(const std::vector<std::string>& args, const std::vector<std::string>& extraEnvironment = {}) {
+    std::vector<std::string> environment = ENGLISH;
+    environment.insert(environment.end(), extraEnvironment.begin(), extraEnvironment.end());
+    return testing::runKelvorBinary(args, environment);
 }
 
-// A newer clean that quarantined `path`: its copy held in the quarantine folder and its ledger row.
-void quarantineWithRow(const std::string& path) {
-    QuarantineEntry entry;
-    entry.originalPath = path;
-    entry.quarantinePath = QUARANTINE_DIR() + "/" + fs::path(path).filename().string();
-    entry.owner = "Tool";
-    entry.component = "cache";
-    entry.bytes = 5;
-    entry.when = isoNow();
-    fs::create_directories(QUARANTINE_DIR());
-    fs::rename(path, entry.quarantinePath);
-    writeFile(LEDGER_PATH(), ledgerLine(entry) + "\n");
+RunOutput restore(const std::vector<std::string>& extra = {}, const std::vector<std::string>& environment = {}) {
+    std::vector<std::string> args = {"--mode", "restore"};
+    args.insert(args.end(), extra.begin(), extra.end());
+    return kelvor(args, environment);
 }
 
+std::string today() {
+    std::time_t now = std::time(nullptr);
+    char text[16];
+    std::strftime(text, sizeof text, "%Y-%m-%d", std::gmtime(&now));
+    return text;
+}
+
+// Sets every time in the tree three hours back, so the recent-write guard leaves it alone.
+void ageTree(const std::string& root) {
+    auto old = fs::file_time_type::clock::now() - std::chrono::hours(3);
+    for (const auto& entry : fs::recursive_directory_iterator(root))
+        if (!entry.is_symlink()) fs::last_write_time(entry.path(), old);
+    fs::last_write_time(root, old);
+}
+
+// Every entry below `root`: its mode and bytes.
+std::map<std::string, std::string> treeState(const std::string& root) {
+    std::map<std::string, std::string> state;
+    if (!fs::exists(root)) return state;
+    for (const auto& entry : fs::recursive_directory_iterator(root)) {
+        struct stat info {};
+        ::lstat(entry.path().c_str(), &info);
+        state[fs::relative(entry.path(), root)] =
+            std::to_string(info.st_mode) + " " + (entry.is_regular_file() ? readFile(entry.path()) : "");
+    }
+    return state;
+}
+
+// The number of the listed row whose line names `path`, or 0.
+int rowNumber(const std::string& listing, const std::string& path) {
+    std::size_t at = listing.find("] " + path + "  (");
+    if (at == std::string::npos) return 0;
+    std::size_t start = listing.rfind('\n', at) + 1;
+    return std::stoi(listing.substr(start, at - start));
+}
+
+// The lines of the row numbered `number`: its head and its way back.
+std::string rowText(const std::string& listing, int number) {
+    std::size_t start = listing.find("  " + std::to_string(number) + ". [");
+    if (start == std::string::npos) return "";
+    std::size_t end = listing.find("\n  " + std::to_string(number + 1) + ". [", start);
+    return listing.substr(start, end == std::string::npos ? std::string::npos : end - start);
+}
+
+// Two cleans: the first moves two verified caches to the Trash, the second (a second later, so
+// the two are told apart by time) quarantines two unverified ones.
 struct TwoCleans {
     TempHome home;
-    std::string trashed = home / "project/target";
-    std::string quarantined = home / "project/cache";
-    std::string inTrash;
+    std::string hub = home / ".cache/huggingface/hub";
+    std::string npm = home / ".npm/_cacache";
+    std::string deno = home / ".cache/deno";
+    std::string coursier = home / ".cache/coursier/v1";
+    std::map<std::string, std::map<std::string, std::string>> before;
+    std::string listing;
 
     TwoCleans() {
-        writeFile(trashed + "/app.bin", std::string("hello\0world", 11));
-        writeFile(quarantined + "/c.dat", "bytes");
-        inTrash = trashWithRecord(trashed, "2026-01-01T00:00:00Z");
-        quarantineWithRow(quarantined);
+        writeFile(hub + "/models--tiny/blobs/b", std::string("weights\0\x01\x02", 10) + std::string(5000, 'w'));
+        writeFile(npm + "/content-v2/sha512/x", std::string(12345, 'n'));
+        ::chmod((npm + "/content-v2/sha512/x").c_str(), 0640);
+        writeFile(deno + "/deps/https/mod.ts", "export {}\n");
+        writeFile(coursier + "/https/repo/lib.jar", std::string("PK\0\x03", 4) + std::string(700, 'c'));
+        for (const std::string& store : {hub, npm, deno, coursier}) {
+            ageTree(store);
+            before[store] = treeState(store);
+        }
+        fs::path held = fs::path(deno).parent_path();
+        RunOutput first = kelvor({"--mode", "clean", "--apply", "--yes"});
+        EXPECT_EQ(first.status, 0) << first.out << first.err;
+        // The verified caches went; the unverified ones wait for the second clean.
+        EXPECT_FALSE(fs::exists(hub)) << first.out;
+        EXPECT_TRUE(fs::exists(deno)) << first.out;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1100));
+        RunOutput second = kelvor({"--mode", "clean", "--apply", "--yes", "--include-unverified"});
+        EXPECT_EQ(second.status, 0) << second.out << second.err;
+        EXPECT_FALSE(fs::exists(deno)) << second.out;
+        EXPECT_FALSE(fs::exists(coursier)) << second.out;
+        listing = restore().out;
     }
 };
 
-TEST(RestoreCentre, ListsEveryMovedItemOnceMostRecentFirst) {
+TEST(RestoreCentre, ListsEveryMovedItemOnceMostRecentFirstWithItsKindAndWayBack) {
     TwoCleans cleans;
-    std::vector<RestorableItem> rows = recoveryItems(RECOVERY_LIST_LIMIT);
-    ASSERT_EQ(rows.size(), 2u);
-    EXPECT_EQ(rows[0].originalPath, cleans.quarantined);
-    EXPECT_EQ(rows[0].kind, RecoveryKind::quarantined);
-    EXPECT_EQ(rows[1].originalPath, cleans.trashed);
-    EXPECT_EQ(rows[1].kind, RecoveryKind::trashed);
-    EXPECT_TRUE(rows[1].payloadPresent);
-
-    auto listed = restore();
-    EXPECT_EQ(listed.status, 0) << listed.err;
-    EXPECT_TRUE(contains(listed.out, "Restore centre — recorded ways back (these outlive the Trash)\n")) << listed.out;
-    std::size_t first = listed.out.find("  1. [Quarantined] " + cleans.quarantined);
-    std::size_t second = listed.out.find("  2. [In Trash] " + cleans.trashed);
-    ASSERT_NE(first, std::string::npos) << listed.out;
-    ASSERT_NE(second, std::string::npos) << listed.out;
-    EXPECT_TRUE(contains(listed.out.substr(first, second - first), "restores in place · moves to the Trash in "));
-    EXPECT_TRUE(contains(listed.out.substr(second), "one undo puts it back"));
+    const std::string& out = cleans.listing;
+    EXPECT_TRUE(out.starts_with("Restore centre — recorded ways back (these outlive the Trash)\n")) << out;
+    for (const std::string& store : {cleans.hub, cleans.npm, cleans.deno, cleans.coursier}) {
+        std::size_t first = out.find(store + "  (");
+        ASSERT_NE(first, std::string::npos) << store << "\n" << out;
+        EXPECT_EQ(out.find(store + "  (", first + 1), std::string::npos) << "listed twice: " << store << "\n" << out;
+    }
+    for (const std::string& held : {cleans.deno, cleans.coursier}) {
+        int number = rowNumber(out, held);
+        EXPECT_LE(number, 2) << "the newer clean comes first\n" << out;
+        std::string row = rowText(out, number);
+        EXPECT_TRUE(contains(row, "[Quarantined] ")) << row;
+        EXPECT_TRUE(contains(row, "restores in place · moves to the Trash in 7 days")) << row;
+    }
+    for (const std::string& trashed : {cleans.hub, cleans.npm}) {
+        std::string row = rowText(out, rowNumber(out, trashed));
+        EXPECT_TRUE(contains(row, "[In Trash] ")) << row;
+        EXPECT_TRUE(contains(row, "one undo puts it back")) << row;
+        EXPECT_TRUE(contains(row, " · " + today())) << row;
+    }
 }
 
-TEST(RestoreCentre, RestoresTheNumberedRowByteForByte) {
+TEST(RestoreCentre, RestoresTheNumberedRowByteForByteFromQuarantineAndFromTheTrash) {
     TwoCleans cleans;
-    auto run = restore({"--path", "2"});
-    EXPECT_EQ(run.status, 0) << run.err;
+    int second = 2;
+    std::string secondPath = rowNumber(cleans.listing, cleans.deno) == 2 ? cleans.deno : cleans.coursier;
+    RunOutput run = restore({"--path", std::to_string(second)});
+    EXPECT_EQ(run.status, 0) << run.out << run.err;
     EXPECT_TRUE(contains(run.out, "  restored 1, failed 0\n")) << run.out;
-    EXPECT_EQ(readFile(cleans.trashed + "/app.bin"), std::string("hello\0world", 11));
-    EXPECT_FALSE(fs::exists(cleans.inTrash));
-    EXPECT_FALSE(fs::exists(cleans.quarantined));
+    EXPECT_EQ(treeState(secondPath), cleans.before[secondPath]);
 
-    auto quarantined = restore({"--path", "cache"});
-    EXPECT_EQ(quarantined.status, 0) << quarantined.err;
-    EXPECT_EQ(readFile(cleans.quarantined + "/c.dat"), "bytes");
-    EXPECT_TRUE(contains(restore().out, "nothing to restore")) << restore().out;
+    RunOutput fromTrash = restore({"--path", "_cacache"});
+    EXPECT_EQ(fromTrash.status, 0) << fromTrash.out << fromTrash.err;
+    EXPECT_EQ(treeState(cleans.npm), cleans.before[cleans.npm]);
+    // Each row comes back once: it leaves the list, the others stay.
+    std::string after = restore().out;
+    EXPECT_FALSE(contains(after, secondPath + "  (")) << after;
+    EXPECT_FALSE(contains(after, cleans.npm + "  (")) << after;
+    EXPECT_TRUE(contains(after, cleans.hub + "  (")) << after;
 }
 
-TEST(RestoreCentre, AFragmentNamingTwoRowsIsRefusedWithTheirNumbers) {
+TEST(RestoreCentre, AFragmentNamingSeveralRowsIsRefusedWithTheirNumbersAndNothingMoves) {
     TwoCleans cleans;
-    auto run = restore({"--path", "project"});
+    std::string numbers;
+    std::vector<int> rows;
+    for (const std::string& store : {cleans.deno, cleans.coursier, cleans.hub})
+        rows.push_back(rowNumber(cleans.listing, store));
+    std::sort(rows.begin(), rows.end());
+    for (int number : rows) numbers += (numbers.empty() ? "" : ", ") + std::to_string(number);
+    RunOutput run = restore({"--path", "/.cache/"});
     EXPECT_EQ(run.status, 2);
-    EXPECT_EQ(run.err, "✗ project names 2 rows — use the number shown: 1, 2\n");
-    EXPECT_TRUE(fs::exists(cleans.inTrash));
-    EXPECT_FALSE(fs::exists(cleans.trashed));
+    EXPECT_EQ(run.err, "✗ /.cache/ names 3 rows — use the number shown: " + numbers + "\n");
+    for (const std::string& store : {cleans.hub, cleans.deno, cleans.coursier}) EXPECT_FALSE(fs::exists(store));
 }
 
-TEST(RestoreCentre, ARowEmptiedFromTheTrashFailsAndSaysSo) {
+TEST(RestoreCentre, ARowEmptiedFromTheTrashByAnotherProgramIsShownGoneWithTheDateFirstSeen) {
     TwoCleans cleans;
-    fs::remove_all(cleans.inTrash);
-    auto listed = restore();
-    const std::string today = isoNow().substr(0, 10);
-    EXPECT_TRUE(contains(listed.out, "gone — not where the record says since " + today)) << listed.out;
-    // The date first seen is kept: a later listing shows the same one, not a new one.
-    nlohmann::json seen = nlohmann::json::parse(readFile(dataDir() + "/gone-seen.json"));
-    ASSERT_EQ(seen.size(), 1u);
-    seen[seen.begin().key()] = "2026-02-03T04:05:06Z";
-    writeFile(dataDir() + "/gone-seen.json", seen.dump());
-    EXPECT_TRUE(contains(restore().out, "since 2026-02-03")) << restore().out;
-    auto run = restore({"--path", "2"});
+    RunOutput emptied = testing::runProgram({"/usr/bin/trash-empty"}, "y\n");
+    ASSERT_EQ(emptied.status, 0) << emptied.err;
+    ASSERT_FALSE(fs::exists(cleans.home / ".local/share/Trash/files/hub"));
+    std::string out = restore().out;
+    std::string row = rowText(out, rowNumber(out, cleans.hub));
+    EXPECT_TRUE(contains(row, "gone — not where the record says since " + today())) << out;
+    // The first sighting is kept, not replaced by a later listing's date.
+    nlohmann::json seen = nlohmann::json::parse(readFile(cleans.home / ".kelvor/gone-seen.json"));
+    ASSERT_EQ(seen.size(), 2u) << seen.dump();
+    for (auto& [id, when] : seen.items()) when = "2026-02-03T04:05:06Z";
+    writeFile(cleans.home / ".kelvor/gone-seen.json", seen.dump());
+    out = restore().out;
+    EXPECT_TRUE(contains(rowText(out, rowNumber(out, cleans.hub)), "since 2026-02-03")) << out;
+    RunOutput run = restore({"--path", "huggingface"});
     EXPECT_EQ(run.status, 1);
     EXPECT_TRUE(contains(run.err, "not in the Trash any more")) << run.err;
-    EXPECT_TRUE(contains(run.out, "  restored 0, failed 1\n"));
-}
-
-TEST(RestoreCentre, NeverReplacesWhatNowStandsAtTheOriginalPlace) {
-    TwoCleans cleans;
-    writeFile(cleans.trashed + "/new.txt", "rebuilt");
-    auto run = restore({"--path", "2"});
-    EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(readFile(cleans.trashed + "/new.txt"), "rebuilt");
-    EXPECT_EQ(readFile(cleans.inTrash + "/app.bin"), std::string("hello\0world", 11));
+    EXPECT_TRUE(contains(run.out, "  restored 0, failed 1\n")) << run.out;
+    // The held items are Kelvor's own and no Trash program reaches them.
+    EXPECT_TRUE(contains(out, "[Quarantined] " + cleans.deno)) << out;
 }
 
 TEST(RestoreCentre, DiscardEmptiesExactlyThatRowFromTheTrash) {
     TwoCleans cleans;
-    writeFile(homeTrashFolder() + "/files/other.txt", "someone else's");
-    auto run = restore({"--path", "2", "--discard"});
-    EXPECT_EQ(run.status, 0) << run.err;
-    EXPECT_FALSE(fs::exists(cleans.inTrash));
-    EXPECT_EQ(readFile(homeTrashFolder() + "/files/other.txt"), "someone else's");
-    EXPECT_EQ(readFile(QUARANTINE_DIR() + "/cache/c.dat"), "bytes");
-    EXPECT_FALSE(contains(restore().out, cleans.trashed));
+    const std::string trash = cleans.home / ".local/share/Trash/files";
+    writeFile(trash + "/other.txt", "someone else's");
+    RunOutput run = restore({"--path", std::to_string(rowNumber(cleans.listing, cleans.hub)), "--discard"});
+    EXPECT_EQ(run.status, 0) << run.out << run.err;
+    EXPECT_FALSE(fs::exists(trash + "/hub")) << run.out;
+    EXPECT_TRUE(fs::exists(trash + "/_cacache/content-v2/sha512/x"));
+    EXPECT_EQ(readFile(trash + "/other.txt"), "someone else's");
+    std::string after = restore().out;
+    EXPECT_FALSE(contains(after, cleans.hub)) << after;
+    EXPECT_TRUE(contains(after, cleans.npm)) << after;
+    EXPECT_TRUE(contains(after, cleans.deno)) << after;
 }
 
 TEST(RestoreCentre, DiscardRefusesATrashEntryKelvorDidNotMove) {
     TwoCleans cleans;
-    // Another program emptied the entry and something else now stands under its name.
-    fs::remove_all(cleans.inTrash);
-    writeFile(cleans.inTrash + "/app.bin", "not ours");
-    auto run = restore({"--path", "2", "--discard"});
+    // Another program emptied the entry and the person trashed something else of that name.
+    const std::string entry = cleans.home / ".local/share/Trash/files/_cacache";
+    fs::remove_all(entry);
+    writeFile(entry, "not Kelvor's");
+    RunOutput run = restore({"--path", std::to_string(rowNumber(cleans.listing, cleans.npm)), "--discard"});
+    EXPECT_EQ(run.status, 1) << run.out;
+    EXPECT_TRUE(contains(run.err, "✗ " + cleans.npm + " — ")) << run.err;
+    EXPECT_EQ(readFile(entry), "not Kelvor's");
+    // Nor is it put in the place the row names.
+    RunOutput back = restore({"--path", "_cacache"});
+    EXPECT_EQ(back.status, 1);
+    EXPECT_TRUE(contains(back.err, "the Trash entry is not the one Kelvor moved")) << back.err;
+    EXPECT_FALSE(fs::exists(cleans.npm));
+}
+
+TEST(RestoreCentre, NeverRestoresIntoAFolderThatBecameALink) {
+    TwoCleans cleans;
+    // The folder the cache came out of is swapped for a link to somewhere else.
+    const std::string elsewhere = cleans.home / "elsewhere";
+    fs::create_directories(elsewhere);
+    fs::remove_all(cleans.home / ".npm");
+    fs::create_directory_symlink(elsewhere, cleans.home / ".npm");
+    RunOutput run = restore({"--path", "_cacache"});
     EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(readFile(cleans.inTrash + "/app.bin"), "not ours");
+    EXPECT_TRUE(contains(run.err, "is now a link")) << run.err;
+    EXPECT_TRUE(fs::is_empty(elsewhere));
+    EXPECT_TRUE(fs::exists(cleans.home / ".local/share/Trash/files/_cacache"));
+}
+
+TEST(RestoreCentre, DiscardWithoutARowSaysHowToNameOne) {
+    TempHome home;
+    RunOutput run = restore({"--discard"});
+    EXPECT_EQ(run.status, 2);
+    EXPECT_TRUE(run.err.starts_with("usage: kelvor --mode restore --path ")) << run.err;
+}
+
+// A folder on PATH holding a stand-in for the `hf` tool that runs `script`.
+std::string fakeTool(const TempHome& home, const std::string& script) {
+    const std::string bin = home / "bin";
+    writeFile(bin + "/hf", "#!/bin/sh\n" + script);
+    ::chmod(bin.c_str(), 0755);
+    ::chmod((bin + "/hf").c_str(), 0755);
+    return "PATH=" + bin + ":/usr/bin:/bin";
+}
+
+// A clean whose hub row records the command that fetches it again, emptied from the Trash since.
+struct GoneWithCommand {
+    TempHome home;
+    std::string hub = home / ".cache/huggingface/hub";
+
+    GoneWithCommand() {
+        writeFile(hub + "/models--tiny/blobs/b", "weights");
+        ageTree(hub);
+        RunOutput clean = kelvor({"--mode", "clean", "--apply", "--yes"});
+        EXPECT_EQ(clean.status, 0) << clean.out << clean.err;
+        for (const auto& file : fs::directory_iterator(home / ".kelvor/undo")) {
+            if (file.path().extension() != ".json") continue;
+            nlohmann::json record = nlohmann::json::parse(readFile(file.path()));
+            for (auto& row : record["items"]) row["undoCmd"] = {"hf", "download", "tiny"};
+            writeFile(file.path(), record.dump());
+        }
+        fs::remove_all(home / ".local/share/Trash/files/hub");
+    }
+};
+
+TEST(RestoreCentre, AGoneRowComesBackByItsRecordedCommandAndOnlyWhenItIsReallyBack) {
+    GoneWithCommand gone;
+    RunOutput listed = restore();
+    EXPECT_TRUE(contains(listed.out, "[Gone] " + gone.hub)) << listed.out;
+    EXPECT_TRUE(contains(listed.out, "the recorded command brings it back: hf download tiny")) << listed.out;
+    EXPECT_TRUE(contains(listed.out, "first seen missing " + today())) << listed.out;
+
+    RunOutput missing = restore({"--path", "1"}, {"PATH=/nonexistent"});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_TRUE(contains(missing.err, "hf is not installed here")) << missing.err;
+
+    RunOutput idle = restore({"--path", "1"}, {fakeTool(gone.home, "exit 0\n")});
+    EXPECT_EQ(idle.status, 1);
+    EXPECT_TRUE(contains(idle.err, "exited 0 but nothing is back at " + gone.hub + " — record kept")) << idle.err;
+
+    RunOutput failing = restore({"--path", "1"}, {fakeTool(gone.home, "exit 3\n")});
+    EXPECT_TRUE(contains(failing.err, "the command failed")) << failing.err;
+
+    std::string fetch = "[ \"$1 $2\" = 'download tiny' ] && mkdir -p '" + gone.hub + "/models--tiny'\n";
+    RunOutput fetched = restore({"--path", "1"}, {fakeTool(gone.home, fetch)});
+    EXPECT_EQ(fetched.status, 0) << fetched.err;
+    EXPECT_TRUE(fs::is_directory(gone.hub + "/models--tiny"));
+    EXPECT_TRUE(contains(restore().out, "nothing to restore"));
 }
 
 }  // namespace
