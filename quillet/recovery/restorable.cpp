@@ -12,7 +12,7 @@
 
 #include "quillet/clean/manifest.hpp"
 #include "quillet/clean/moved_mark.hpp"
-#include "quillet/clean/time_stamps.hpp"
+#include "quillet/platform/time_stamps.hpp"
 #include "quillet/clean/trash_move.hpp"
 #include "quillet/clean/undo.hpp"
 #include "quillet/i18n/text.hpp"
@@ -24,6 +24,7 @@
 #include "quillet/quarantine/ledger.hpp"
 #include "quillet/quarantine/quarantine_store.hpp"
 #include "quillet/records/atomic_write.hpp"
+#include "quillet/records/json_fields.hpp"
 #include "quillet/records/json_record.hpp"
 #include "quillet/records/record_lock.hpp"
 #include "quillet/recovery/restore_command.hpp"
@@ -181,7 +182,7 @@ void markInRecord(const std::string& recordPath, const std::string& trashedTo, c
     editRecord(recordPath, [&](nlohmann::json& record) {
         bool changed = false;
         for (nlohmann::json& row : record["items"])
-            if (row.is_object() && row.value("trashedTo", "") == trashedTo) {
+            if (stringField(row, "trashedTo") == trashedTo) {
                 row[key] = value;
                 changed = true;
             }
