@@ -56,7 +56,7 @@ bool isModelFile(const MappedFile& file) {
     std::string_view name = path.substr(path.rfind('/') == std::string_view::npos ? 0 : path.rfind('/') + 1);
     for (std::string_view extension : WEIGHT_EXTENSIONS)
         if (name.size() > extension.size() && name.ends_with(extension)) return true;
-    return file.bytes >= LARGE_MAPPED_FILE_BYTES && !isSharedLibrary(name);
+    return file.bytes >= LARGE_MAPPED_FILE_BYTES && !file.executable && !isSharedLibrary(name);
 }
 
 RunningModelServers findRunningModelServers(ProcessTable& table, MemoryProbe& probe) {

@@ -43,6 +43,7 @@ struct MemorySnapshot {
 struct MappedFile {
     std::string path;
     std::uint64_t bytes = 0;  // the file's size
+    bool executable = false;  // a program's own code, however large, is no model's weights
 };
 
 struct ProcessMemory {

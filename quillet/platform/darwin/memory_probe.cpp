@@ -78,7 +78,7 @@ public:
             if (path.empty() || !seen.insert(path).second) continue;
             struct stat info {};
             if (::lstat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) continue;
-            memory.mappedFiles.push_back(MappedFile{path, static_cast<std::uint64_t>(info.st_size)});
+            memory.mappedFiles.push_back(MappedFile{path, static_cast<std::uint64_t>(info.st_size), (info.st_mode & 0111) != 0});
         }
         return memory;
     }
