@@ -254,10 +254,7 @@ ToolOutcome cleanExecute(const Plan& plan, ProcessTable& table) {
     for (std::size_t i = 0; i < targets.size(); ++i) targets[i].identity = drift.unchanged[i].identity;
 
     ApplyContext context;
-    context.quarantine = [](const CleanTarget& target) {
-        return quarantineItem(target.rule.owner, componentLabel(target.rule), target.path, target.stat.bytes,
-                              target.identity.value_or(PathIdentity{}));
-    };
+    context.quarantine = quarantineTarget;
     Ballast ballast;
     context.releaseBallast = [&] { return ballast.release(); };
     CleanOutcome outcome = applyCleanPlan(targets, {}, context);

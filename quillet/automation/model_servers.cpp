@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "quillet/platform/path_parts.hpp"
+
 namespace kelvor {
 
 // One table so that a new server is one row and no code: the names, modules and markers come
@@ -42,11 +44,6 @@ std::string lower(std::string_view text) {
     return out;
 }
 
-std::string_view baseName(std::string_view path) {
-    size_t slash = path.rfind('/');
-    return slash == std::string_view::npos ? path : path.substr(slash + 1);
-}
-
 std::vector<std::string> words(std::string_view text) {
     std::vector<std::string> out;
     size_t at = 0;
@@ -78,15 +75,15 @@ struct Program {
 
 std::vector<Program> programsOf(const Proc& proc, const std::vector<std::string>& argv) {
     std::vector<Program> programs;
-    if (!proc.path.empty()) programs.push_back({lower(proc.path), lower(baseName(proc.path)), 1});
+    if (!proc.path.empty()) programs.push_back({lower(proc.path), lower(nameIn(proc.path)), 1});
     if (argv.empty()) return programs;
-    programs.push_back({argv[0], std::string(baseName(argv[0])), 1});
+    programs.push_back({argv[0], std::string(nameIn(argv[0])), 1});
     if (!isInterpreter(programs.back().name)) return programs;
     for (size_t i = 1; i < argv.size(); ++i) {
         if (argv[i] == "-m" || argv[i] == "-c") break;  // a module or inline code, not a script
         if (argv[i].starts_with('-')) continue;
         if (argv[i] == "run") continue;  // "uv run <script>"
-        programs.push_back({argv[i], std::string(baseName(argv[i])), i + 1});
+        programs.push_back({argv[i], std::string(nameIn(argv[i])), i + 1});
         break;
     }
     return programs;

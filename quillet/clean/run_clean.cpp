@@ -131,10 +131,7 @@ int runClean(const Settings& settings) {
         plan.targets.begin(), plan.targets.end(), [](const CleanTarget& t) { return t.blocked() && !t.hardBlocked(); }));
     if (settings.cleanForce && softlyBlocked > 0) say(trf(S::cleanForceOverriding, {std::to_string(softlyBlocked)}));
     ApplyContext context;
-    context.quarantine = [](const CleanTarget& target) {
-        return quarantineItem(target.rule.owner, componentLabel(target.rule), target.path, target.stat.bytes,
-                              target.identity.value_or(PathIdentity{}));
-    };
+    context.quarantine = quarantineTarget;
     Ballast ballast;
     context.releaseBallast = [&] { return ballast.release(); };
     context.onMove = [&](std::size_t done, std::size_t total, const std::string& path) {

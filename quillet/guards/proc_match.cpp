@@ -8,15 +8,11 @@
 
 #include "quillet/guards/guards.hpp"
 #include "quillet/guards/owner_guards.hpp"
+#include "quillet/platform/path_parts.hpp"
 
 namespace kelvor {
 
 namespace {
-
-std::string_view baseName(std::string_view path) {
-    size_t slash = path.rfind('/');
-    return slash == std::string_view::npos ? path : path.substr(slash + 1);
-}
 
 std::vector<std::string_view> words(std::string_view text) {
     std::vector<std::string_view> found;
@@ -43,7 +39,7 @@ bool isInterpreter(std::string_view name) {
 // "/usr/bin/env python3 -u /home/a/bin/hf download" is seen as "hf download".
 size_t commandStart(const std::vector<std::string_view>& argv) {
     size_t at = 0;
-    while (at < argv.size() && isInterpreter(baseName(argv[at]))) {
+    while (at < argv.size() && isInterpreter(nameIn(argv[at]))) {
         ++at;
         while (at < argv.size() && argv[at].starts_with('-')) ++at;
     }
@@ -67,7 +63,7 @@ std::optional<std::string> guardProcLabel(const Proc& proc) {
     size_t bundle = proc.path.find(BUNDLE);
     if (bundle == std::string::npos) return std::nullopt;
     std::string_view before = std::string_view(proc.path).substr(0, bundle);
-    std::string_view name = baseName(before);
+    std::string_view name = nameIn(before);
     if (name.empty()) return std::nullopt;
     return std::string(name);
 }
@@ -76,10 +72,10 @@ bool procRunsTool(const Proc& proc, std::string_view tool) {
     std::vector<std::string_view> toolWords = words(tool);
     if (toolWords.empty()) return false;
     std::vector<std::string_view> argv = words(proc.args);
-    if (toolWords.size() == 1 && baseName(proc.path) == toolWords[0]) return true;
+    if (toolWords.size() == 1 && nameIn(proc.path) == toolWords[0]) return true;
     for (size_t start : {size_t{0}, commandStart(argv)}) {
         if (start + toolWords.size() > argv.size()) continue;
-        if (baseName(argv[start]) != toolWords[0]) continue;
+        if (nameIn(argv[start]) != toolWords[0]) continue;
         if (std::equal(toolWords.begin() + 1, toolWords.end(), argv.begin() + static_cast<std::ptrdiff_t>(start) + 1))
             return true;
     }
@@ -107,7 +103,7 @@ std::string procCommandName(const Proc& proc) {
 bool procMentionsToken(const Proc& proc, std::string_view token) {
     if (token.empty()) return false;
     std::vector<std::string_view> argv = words(proc.args);
-    bool interpreted = isInterpreter(baseName(proc.path)) || (!argv.empty() && isInterpreter(baseName(argv[0])));
+    bool interpreted = isInterpreter(nameIn(proc.path)) || (!argv.empty() && isInterpreter(nameIn(argv[0])));
     if (!interpreted) return false;
     for (std::string_view word : argv) {
         // "-m huggingface_hub", "transformers.pipelines", ".../site-packages/datasets/...".

@@ -9,4 +9,6 @@ std::string parentOf(const std::string& path) {
 
 std::string nameOf(const std::string& path) { return path.substr(path.rfind('/') + 1); }
 
+std::string_view nameIn(std::string_view path) { return path.substr(path.rfind('/') + 1); }
+
 }  // namespace kelvor

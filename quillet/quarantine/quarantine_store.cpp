@@ -10,6 +10,7 @@
 #include <set>
 #include <sstream>
 
+#include "quillet/clean/clean_plan.hpp"
 #include "quillet/clean/moved_mark.hpp"
 #include "quillet/clean/trash_move.hpp"
 #include "quillet/clean/trash_others.hpp"
@@ -486,6 +487,11 @@ std::optional<std::string> quarantineRestoredBeside(const std::string& quarantin
 std::optional<std::string> quarantineReleasedDestination(const std::string& quarantinePath) {
     std::optional<QuarantineEntry> row = anyRow(quarantinePath);
     return row && row->released ? row->releasedTo : std::nullopt;
+}
+
+Result<std::string> quarantineTarget(const CleanTarget& target) {
+    return quarantineItem(target.rule.owner, componentLabel(target.rule), target.path, target.stat.bytes,
+                          target.identity.value_or(PathIdentity{}));
 }
 
 }  // namespace kelvor

@@ -40,6 +40,10 @@ Result<std::string> quarantineItem(const std::string& owner, const std::string& 
                                    std::uint64_t bytes, const PathIdentity& identity,
                                    WallClock::time_point now = WallClock::now());
 
+struct CleanTarget;
+// The quarantine move of a clean: the target's rule names the owner and component of its row.
+Result<std::string> quarantineTarget(const CleanTarget& target);
+
 // What a release sweep did.
 struct SweepOutcome {
     std::size_t released = 0;
