@@ -8,7 +8,7 @@ cd "$(dirname "$0")/.."
 # Optimised a little (-O1): the sanitized suite runs several times faster than at -O0 and still
 # reports exact lines.
 clang_options=(-G Ninja -DCMAKE_BUILD_TYPE=Debug "-DCMAKE_CXX_FLAGS_DEBUG=-O1 -g" -DCMAKE_CXX_COMPILER=clang++
-  -DKELVOR_WERROR=ON)
+  -DKELVOR_WERROR=ON "-DKELVOR_MCP_CLIENT_DIR=${KELVOR_MCP_CLIENT_DIR:-$HOME/.cache/kelvor/mcp-client}")
 if command -v ccache >/dev/null; then clang_options+=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache); fi
 
 # The suite under ASan + UBSan; tests that spawn kelvor spawn this folder's sanitized binary.

@@ -20,14 +20,17 @@ if [ ${#missing[@]} -gt 0 ]; then
   apt-get install -y -qq "${missing[@]}"
 fi
 
-# The MCP SDK client, at the versions its lock file pins.
-client=tests/automation/mcp_client
+# The MCP SDK client, at the versions its lock file pins, installed outside the checkout (CMake
+# copies the client's scripts beside it).
+client=${KELVOR_MCP_CLIENT_DIR:-$HOME/.cache/kelvor/mcp-client}
+mkdir -p "$client"
+cp tests/automation/mcp_client/package.json tests/automation/mcp_client/package-lock.json "$client/"
 if [ ! -d "$client/node_modules" ] || [ "$client/package-lock.json" -nt "$client/node_modules/.package-lock.json" ]; then
   (cd "$client" && npm ci --no-audit --no-fund --loglevel=error)
 fi
 
 # ccache speeds rebuilds where someone installed it; an unset KELVOR_WERROR keeps the folder's choice.
-options=(-G Ninja -DCMAKE_BUILD_TYPE=Release)
+options=(-G Ninja -DCMAKE_BUILD_TYPE=Release "-DKELVOR_MCP_CLIENT_DIR=$client")
 if command -v ccache >/dev/null; then options+=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache); fi
 if [ -n "${KELVOR_WERROR:-}" ]; then options+=("-DKELVOR_WERROR=$KELVOR_WERROR"); fi
 cmake -S . -B build "${options[@]}" >/dev/null
