@@ -49,6 +49,8 @@ bool Agg::claimLinkedFile(const LinkSighting& sighting) {
     return linkedFiles_.claim(sighting.device, sighting.fileID, sighting.linkCount, sighting.allocSize);
 }
 
+std::uint64_t Agg::claimLinkedFiles(LinkBatch& batch) { return linkedFiles_.claimAll(batch); }
+
 void Agg::sample() {
     std::lock_guard guard(lock_);
     snapshots_.push_back(snapshotOf(monotonicSeconds() - start_, totals_));

@@ -48,14 +48,6 @@ struct WorkerTally {
     bool empty() const;
 };
 
-// One sighting of a file with two or more links.
-struct LinkSighting {
-    std::uint64_t fileID = 0;
-    std::uint32_t linkCount = 0;
-    std::uint64_t allocSize = 0;
-    std::uint64_t device = 0;  // the file system it is on: inode numbers repeat across file systems
-};
-
 // A consistent copy of an aggregate, for reports and measurements.
 struct AggState {
     std::vector<std::string> bucketNames;
@@ -83,6 +75,8 @@ public:
     // file ID (its
     // bytes are to be counted); every later sighting adds 1 to hardlinkDupes and returns false.
     bool claimLinkedFile(const LinkSighting& sighting);
+    // Claims every sighting of `batch` (and empties it); returns the bytes of the first sightings.
+    std::uint64_t claimLinkedFiles(LinkBatch& batch);
 
     // Appends a snapshot of the totals taken now.
     void sample();

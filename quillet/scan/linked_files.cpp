@@ -4,6 +4,8 @@
 #include <map>
 #include <utility>
 
+#include "quillet/platform/pages.hpp"
+
 namespace kelvor {
 
 namespace {
@@ -11,13 +13,20 @@ namespace {
 // A table grows when it would be fuller than this (numerator over 8): open addressing with linear
 // probing stays short below it.
 constexpr std::size_t FILL_EIGHTHS = 6;
-constexpr std::size_t FIRST_CAPACITY = 64;
 
 // Files of one folder mostly have neighbouring inode numbers, and a walk meets them one after the
 // other: a run of NEIGHBOURS of them shares one hash, so they share a shard and sit side by side in
 // one cache line of its table, where one memory fetch finds them all.
 constexpr unsigned NEIGHBOUR_BITS = 3;
 constexpr std::uint64_t NEIGHBOURS = std::uint64_t{1} << NEIGHBOUR_BITS;
+
+// The top bits of a key's hash choose its shard; the 32 below them its place in the shard's table,
+// so sightings sorted by hash meet their shards, and each table, in order.
+constexpr unsigned SHARD_SHIFT = 58;
+constexpr unsigned PLACE_SHIFT = SHARD_SHIFT - 32;
+static_assert(LINK_SHARDS == std::size_t{1} << (64 - SHARD_SHIFT));
+
+std::uint32_t unseenOf(std::uint32_t linkCount) { return linkCount > 0 ? linkCount - 1 : 0; }
 
 // Mixes the key so runs of neighbouring inode numbers land far apart, in shards and in slots.
 std::uint64_t mixed(std::uint64_t device, std::uint64_t fileID) {
@@ -44,24 +53,27 @@ struct LinkedFiles::Shard {
 
     struct Table {
         std::uint64_t device = 0;
-        std::vector<std::uint64_t> slots;
+        PageWords slots;  // whole pages: each larger table replaces the last, which goes straight back
         std::size_t used = 0;
 
+        // The table holds whole pages of slots, any number of them (not only powers of two), so it
+        // can grow by a quarter and stay nearly as full as it may be.
         std::uint64_t& slotFor(std::uint64_t hash, std::uint64_t fileID) {
-            const std::size_t mask = slots.size() - 1;
-            const std::uint64_t start = hash << NEIGHBOUR_BITS | (fileID & (NEIGHBOURS - 1));
-            for (std::size_t at = start & mask;; at = (at + 1) & mask) {
+            const std::uint64_t runs = slots.size() / NEIGHBOURS;
+            const std::uint64_t run = ((hash >> PLACE_SHIFT) & 0xFFFFFFFFu) * runs >> 32;
+            std::size_t at = run * NEIGHBOURS + (fileID & (NEIGHBOURS - 1));
+            for (;;) {
                 std::uint64_t& slot = slots[at];
                 if (slot == 0 || (slot & INODE_MASK) == fileID) return slot;
+                if (++at == slots.size()) at = 0;
             }
         }
 
         void growIfFull() {
             if ((used + 1) * 8 <= slots.size() * FILL_EIGHTHS) return;
-            std::vector<std::uint64_t> old(std::max(FIRST_CAPACITY, slots.size() * 2));
-            old.swap(slots);
-            for (std::uint64_t slot : old)
-                if (slot != 0) slotFor(mixed(device, slot & INODE_MASK), slot & INODE_MASK) = slot;
+            PageWords old = std::exchange(slots, PageWords(slots.size() + slots.size() / 4 + 1));
+            for (std::size_t at = 0; at < old.size(); ++at)
+                if (const std::uint64_t slot = old[at]; slot != 0) slotFor(mixed(device, slot & INODE_MASK), slot & INODE_MASK) = slot;
         }
     };
 
@@ -75,7 +87,7 @@ struct LinkedFiles::Shard {
     Table& tableOf(std::uint64_t device) {
         for (Table& table : tables)
             if (table.device == device) return table;
-        return tables.emplace_back(Table{device, {}, 0});
+        return tables.emplace_back(Table{device, PageWords(), 0});
     }
 
     // A later sighting of a file whose unseen links are `unseen`.
@@ -127,11 +139,32 @@ LinkedFiles::~LinkedFiles() = default;
 
 bool LinkedFiles::claim(std::uint64_t device, std::uint64_t fileID, std::uint32_t linkCount, std::uint64_t allocSize) {
     const std::uint64_t hash = mixed(device, fileID);
-    // The top bits choose the shard, the low bits the slot, so the two choices are independent.
-    Shard& shard = *shards_[hash >> 58 & (LINK_SHARDS - 1)];
+    Shard& shard = *shards_[hash >> SHARD_SHIFT];
     std::lock_guard guard(shard.lock);
-    return shard.claim(hash, device, fileID, linkCount > 0 ? linkCount - 1 : 0, allocSize);
+    return shard.claim(hash, device, fileID, unseenOf(linkCount), allocSize);
 }
+
+std::uint64_t LinkedFiles::claimAll(LinkBatch& batch) {
+    std::vector<LinkBatch::Pending>& pending = batch.pending_;
+    // Stable: sightings of one file keep their order, so a file whose links changed during the walk
+    // is counted as it would be one sighting at a time.
+    std::stable_sort(pending.begin(), pending.end(), [](const auto& a, const auto& b) { return a.hash < b.hash; });
+    std::uint64_t firstBytes = 0;
+    for (std::size_t at = 0; at < pending.size();) {
+        const std::uint64_t shardIndex = pending[at].hash >> SHARD_SHIFT;
+        Shard& shard = *shards_[shardIndex];
+        std::lock_guard guard(shard.lock);
+        for (; at < pending.size() && pending[at].hash >> SHARD_SHIFT == shardIndex; ++at) {
+            const LinkSighting& seen = pending[at].sighting;
+            if (shard.claim(pending[at].hash, seen.device, seen.fileID, unseenOf(seen.linkCount), seen.allocSize))
+                firstBytes += seen.allocSize;
+        }
+    }
+    pending.clear();
+    return firstBytes;
+}
+
+void LinkBatch::add(const LinkSighting& sighting) { pending_.push_back({mixed(sighting.device, sighting.fileID), sighting}); }
 
 std::uint64_t LinkedFiles::dupes() const {
     std::uint64_t dupes = 0;

@@ -2,7 +2,7 @@
 // The multiply-linked files a walk has already counted, keyed by (device, inode). Workers claim
 // files concurrently: the set is split into shards, each behind its own lock, so two workers
 // rarely wait for each other, and each shard keeps a file in one 8-byte slot of an open-addressed
-// table, so a walk among 300,000 linked files holds about 4 MB.
+// table grown a quarter at a time, so a walk among 300,000 linked files holds about 3.5 MB.
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -15,6 +15,16 @@ namespace kelvor {
 // Shards of the set: a power of two, many more than workers, so a claim seldom meets another.
 inline constexpr std::size_t LINK_SHARDS = 64;
 
+// One sighting of a file with two or more links.
+struct LinkSighting {
+    std::uint64_t fileID = 0;
+    std::uint32_t linkCount = 0;
+    std::uint64_t allocSize = 0;
+    std::uint64_t device = 0;  // the file system it is on: inode numbers repeat across file systems
+};
+
+class LinkBatch;
+
 class LinkedFiles {
 public:
     LinkedFiles();
@@ -26,6 +36,10 @@ public:
     // `allocSize` bytes. True on the first sighting of that device and inode; every later one adds
     // 1 to dupes() and returns false. Safe from any number of threads.
     bool claim(std::uint64_t device, std::uint64_t fileID, std::uint32_t linkCount, std::uint64_t allocSize);
+
+    // Claims every sighting of `batch`, as claim() would one by one, and empties it. Returns the
+    // allocated bytes of the files seen there for the first time.
+    std::uint64_t claimAll(LinkBatch& batch);
 
     // Later sightings so far.
     std::uint64_t dupes() const;
@@ -40,6 +54,22 @@ public:
 private:
     struct Shard;
     std::array<std::unique_ptr<Shard>, LINK_SHARDS> shards_;
+};
+
+// The sightings one worker gathers from a folder and claims together: sorted by shard and slot,
+// so each shard's lock is taken once for all of them and its table is read in order.
+class LinkBatch {
+public:
+    void add(const LinkSighting& sighting);
+    bool empty() const { return pending_.empty(); }
+
+private:
+    friend class LinkedFiles;
+    struct Pending {
+        std::uint64_t hash;
+        LinkSighting sighting;
+    };
+    std::vector<Pending> pending_;
 };
 
 }  // namespace kelvor

@@ -192,15 +192,17 @@ struct Worker {
     const WorkItem* item = nullptr;
     std::shared_ptr<const HeldDir> folder;  // the folder being read
     std::string names;                      // regular files listed and not yet described
+    std::vector<std::pair<std::uint64_t, std::uint32_t>> listed;  // their inodes and places in `names`
+    std::string ordered;                    // `names` again, in inode order
     std::size_t nameCount = 0;
     std::uint64_t itemBytes = 0;
     BulkEntry described;
+    LinkBatch linked;  // multiply-linked files met since the last claim, all in the item's bucket
 
     void count(const BulkEntry& entry, const OpenDir& in) {
         ++tally.files;
-        const std::uint64_t device = entry.device != 0 ? entry.device : in.device();
-        if (entry.linkCount < 2 || agg.claimLinkedFile({entry.fileID, entry.linkCount, entry.allocSize, device}))
-            itemBytes += entry.allocSize;
+        if (entry.linkCount < 2) itemBytes += entry.allocSize;
+        else linked.add({entry.fileID, entry.linkCount, entry.allocSize, entry.device != 0 ? entry.device : in.device()});
     }
 
     void take(const BulkEntry& entry) {
@@ -214,6 +216,7 @@ struct Worker {
                 count(entry, folder->dir);
                 return;
             }
+            listed.push_back({entry.fileID, static_cast<std::uint32_t>(names.size())});
             names.append(entry.name).push_back('\0');
             if (++nameCount == SHARED_BATCH_NAMES) handOutBatch();
         }
@@ -234,11 +237,26 @@ struct Worker {
             // Replaced by something else since the listing: only regular files are measured.
             if (described.objType == VREG) count(described, in);
         }
+        if (!linked.empty()) itemBytes += agg.claimLinkedFiles(linked);
+    }
+
+    // Puts the names waiting in `names` in the order of their inode numbers. A folder lists its
+    // names in the order of their hash; looked up in inode order, the inodes of a cold disk are read
+    // from its inode table block after block, each block holding several of them.
+    void orderByInode() {
+        if (!std::is_sorted(listed.begin(), listed.end())) {
+            std::sort(listed.begin(), listed.end());
+            ordered.clear();
+            for (const auto& [inode, at] : listed) ordered.append(names.c_str() + at).push_back('\0');
+            names.swap(ordered);
+        }
+        listed.clear();
     }
 
     // A full batch goes to whichever worker is free while few of this folder's wait; else the
     // reader describes it now, which bounds the names held.
     void handOutBatch() {
+        orderByInode();
         if (othersHelp && folder->batchesWaiting.load(std::memory_order_relaxed) < SHARED_BATCHES_WAITING) {
             folder->batchesWaiting.fetch_add(1, std::memory_order_relaxed);
             batches.push_back({std::string(), item->bucket, folder, 0, std::move(names)});
@@ -281,6 +299,7 @@ struct Worker {
         folder = std::make_shared<const HeldDir>(std::move(*opened), held);
         const EntrySink sink = [this](const BulkEntry& entry) { take(entry); };
         readOpenDir(folder->dir, buffer.get(), BUF_SIZE, tally.denied, tally.errors, sink, EntryDetail::namesAndTypes);
+        orderByInode();
         describeAll(names, folder->dir);
         names.clear();
         nameCount = 0;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <random>
 #include <thread>
 #include <vector>
 
@@ -62,6 +63,34 @@ TEST(LinkedFiles, AFileThatGainedLinksIsFoundWhereItsFirstSightingPutIt) {
     EXPECT_FALSE(files.claim(1, 78, 400, 4096));
     EXPECT_EQ(files.size(), 2u);
     EXPECT_EQ(files.dupes(), 2u);
+}
+
+TEST(LinkedFiles, ABatchCountsWhatTheSameSightingsOneByOneWould) {
+    // Sightings in the order a walk meets them: neighbours, repeats inside one batch, two devices,
+    // unusual inodes and link counts, and enough files for every shard's table to grow.
+    std::mt19937_64 random(7);
+    std::vector<LinkSighting> sightings;
+    for (int n = 0; n < 60000; ++n) {
+        const std::uint64_t inode = random() % 4 == 0 ? random() : 1000 + random() % 30000;
+        sightings.push_back({inode, static_cast<std::uint32_t>(2 + random() % 3), 512 * (1 + inode % 9), 1 + random() % 2});
+    }
+    sightings.push_back({0, 2, 4096, 1});
+    sightings.push_back({0, 2, 4096, 1});
+    sightings.push_back({5, 500, 4096, 1});
+    LinkedFiles single, batched;
+    std::uint64_t firstBytes = 0, batchedBytes = 0;
+    LinkBatch batch;
+    for (std::size_t at = 0; at < sightings.size(); ++at) {
+        const LinkSighting& seen = sightings[at];
+        if (single.claim(seen.device, seen.fileID, seen.linkCount, seen.allocSize)) firstBytes += seen.allocSize;
+        batch.add(seen);
+        if (at % 500 == 499 || at + 1 == sightings.size()) batchedBytes += batched.claimAll(batch);
+    }
+    EXPECT_TRUE(batch.empty());
+    EXPECT_EQ(batchedBytes, firstBytes);
+    EXPECT_EQ(batched.size(), single.size());
+    EXPECT_EQ(batched.dupes(), single.dupes());
+    EXPECT_EQ(batched.bytesLinkedOutside(), single.bytesLinkedOutside());
 }
 
 TEST(LinkedFiles, ConcurrentClaimsCountEachDeviceAndInodeOnce) {
