@@ -13,6 +13,7 @@
 #include "quillet/main/help.hpp"
 #include "quillet/main/modes.hpp"
 #include "quillet/main/remove_root.hpp"
+#include "quillet/platform/heap.hpp"
 #include "quillet/platform/home.hpp"
 #include "quillet/platform/printable.hpp"
 #include "quillet/platform/sysinfo.hpp"
@@ -53,6 +54,7 @@ int runKelvor(const std::vector<std::string>& args, const std::string& executabl
     SettingDefaults defaults;
     defaults.home = homeDir();
     defaults.processors = processorCount();
+    shareHeapAmongThreads(defaults.processors);
     defaults.insideAppBundle = executablePath.find(".app/Contents/") != std::string::npos;
     ParsedArguments parsed = parseArguments(args, defaults);
 
