@@ -16,6 +16,7 @@
 #include "quillet/clean/clean_plan.hpp"
 #include "quillet/log/log.hpp"
 #include "quillet/platform/home.hpp"
+#include "quillet/records/json_fields.hpp"
 #include "quillet/records/json_record.hpp"
 #include "quillet/rules/tier.hpp"
 
@@ -60,21 +61,17 @@ Result<void> makeUndoDir() {
 std::mutex checkpointMutex;
 std::optional<double> lastCheckpoint;
 
+// Reads one member into `into` when it has the type `into` has; a row written by hand or by another
+// version may have anything there. True when it was read.
 template <typename T>
-bool take(const nlohmann::json& row, const char* key, T& into) {
-    auto found = row.find(key);
-    if (found == row.end()) return false;
-    // A number out of range converts with undefined behaviour inside the getter; only a JSON
-    // integer that fits is taken.
-    if constexpr (std::is_same_v<T, std::uint64_t>) {
-        if (!found->is_number_unsigned()) return false;
-    }
-    try {
-        into = found->get<T>();
-    } catch (const nlohmann::json::exception&) {
-        return false;
-    }
-    return true;
+bool take(const nlohmann::json& row, std::string_view key, T& into) {
+    std::optional<T> value;
+    if constexpr (std::is_same_v<T, std::string>) value = stringField(row, key);
+    else if constexpr (std::is_same_v<T, std::uint64_t>) value = unsignedField(row, key);
+    else if constexpr (std::is_same_v<T, bool>) value = boolField(row, key);
+    else value = stringListField(row, key);
+    if (value) into = std::move(*value);
+    return value.has_value();
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "quillet/records/json_fields.hpp"
 #include "quillet/records/json_lines.hpp"
 
 namespace kelvor {
@@ -19,21 +20,9 @@ void putOptional(OrderedJson& row, const char* key, const std::optional<T>& valu
 }
 
 bool readString(const Json& row, const char* key, std::string& out) {
-    auto found = row.find(key);
-    if (found == row.end() || !found->is_string()) return false;
-    out = found->get<std::string>();
-    return true;
-}
-
-template <typename T>
-void readOptional(const Json& row, const char* key, std::optional<T>& out) {
-    auto found = row.find(key);
-    if (found == row.end()) return;
-    if constexpr (std::is_same_v<T, bool>) {
-        if (found->is_boolean()) out = found->get<bool>();
-    } else {
-        if (found->is_string()) out = found->get<std::string>();
-    }
+    std::optional<std::string> value = stringField(row, key);
+    if (value) out = std::move(*value);
+    return value.has_value();
 }
 
 std::optional<QuarantineEntry> decode(const JsonLine& line) {
@@ -46,23 +35,22 @@ std::optional<QuarantineEntry> decode(const JsonLine& line) {
     readString(row, "owner", entry.owner);
     readString(row, "component", entry.component);
     readString(row, "when", entry.when);
-    if (auto bytes = row.find("bytes"); bytes != row.end() && bytes->is_number_unsigned())
-        entry.bytes = bytes->get<std::uint64_t>();
+    entry.bytes = unsignedField(row, "bytes").value_or(entry.bytes);
     // A state that is not true or false is not guessed at: acting on a misread one could let
     // an item go or bring it back wrongly, so such a line is kept as damaged.
     for (auto [key, state] : {std::pair{"released", &entry.released}, std::pair{"restored", &entry.restored}}) {
-        auto found = row.find(key);
-        if (found == row.end()) continue;
-        if (!found->is_boolean()) return std::nullopt;
-        *state = found->get<bool>();
+        if (!row.contains(key)) continue;
+        const std::optional<bool> value = boolField(row, key);
+        if (!value) return std::nullopt;
+        *state = *value;
     }
-    readOptional(row, "releasedTo", entry.releasedTo);
-    readOptional(row, "releasedAt", entry.releasedAt);
-    readOptional(row, "settled", entry.settled);
-    readOptional(row, "recreated", entry.recreated);
-    readOptional(row, "pending", entry.pending);
-    readOptional(row, "discardedAt", entry.discardedAt);
-    readOptional(row, "restoredTo", entry.restoredTo);
+    entry.releasedTo = stringField(row, "releasedTo");
+    entry.releasedAt = stringField(row, "releasedAt");
+    entry.settled = boolField(row, "settled");
+    entry.recreated = boolField(row, "recreated");
+    entry.pending = boolField(row, "pending");
+    entry.discardedAt = stringField(row, "discardedAt");
+    entry.restoredTo = stringField(row, "restoredTo");
     entry.rawLine = line.text;
     return entry;
 }

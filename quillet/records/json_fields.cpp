@@ -25,9 +25,25 @@ std::optional<std::uint64_t> unsignedField(const nlohmann::json& object, std::st
     return value->get<std::uint64_t>();
 }
 
-bool trueField(const nlohmann::json& object, std::string_view key) {
+std::optional<bool> boolField(const nlohmann::json& object, std::string_view key) {
     const nlohmann::json* value = member(object, key);
-    return value && value->is_boolean() && value->get<bool>();
+    if (!value || !value->is_boolean()) return std::nullopt;
+    return value->get<bool>();
+}
+
+std::optional<std::vector<std::string>> stringListField(const nlohmann::json& object, std::string_view key) {
+    const nlohmann::json* value = member(object, key);
+    if (!value || !value->is_array()) return std::nullopt;
+    std::vector<std::string> texts;
+    for (const nlohmann::json& each : *value) {
+        if (!each.is_string()) return std::nullopt;
+        texts.push_back(each.get<std::string>());
+    }
+    return texts;
+}
+
+bool trueField(const nlohmann::json& object, std::string_view key) {
+    return boolField(object, key).value_or(false);
 }
 
 }  // namespace kelvor
