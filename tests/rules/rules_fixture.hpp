@@ -5,6 +5,7 @@
 
 #include "quillet/rules/catalog.hpp"
 #include "quillet/rules/location.hpp"
+#include "quillet/rules/resolve.hpp"
 
 namespace kelvor::testing {
 
@@ -19,6 +20,11 @@ inline const Rule& catalogRule(const std::string& owner, const std::string& sub)
 inline Rule folderRule(std::string owner, std::string sub, std::string component = "모델") {
     return Rule{.owner = std::move(owner), .component = std::move(component), .sub = std::move(sub),
                 .tier = Tier::redownload, .verified = true};
+}
+
+// `rule` resolved to `path`, neither moved by a variable nor reached through a link.
+inline ResolvedRule resolvedAt(Rule rule, std::string path) {
+    return {std::move(rule), std::move(path), std::nullopt, std::nullopt};
 }
 
 // The login shell's environment replaced while the scope lives; afterwards it reads nothing again,
