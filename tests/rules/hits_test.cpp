@@ -8,7 +8,6 @@
 #include "quillet/clean/clean_plan.hpp"
 #include "quillet/log/log.hpp"
 #include "quillet/space/exclusions.hpp"
-#include "tests/rules/rules_fixture.hpp"
 #include "tests/support/disk_usage.hpp"
 #include "tests/support/temp_home.hpp"
 
@@ -17,12 +16,16 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::allocatedBytesBelow;
-using testing::folderRule;
-using testing::resolvedAt;
 using testing::TempHome;
 using testing::writeFile;
 
 constexpr std::uint64_t GB = 1000ull * 1000 * 1000;
+
+Rule folderRule(std::string owner, std::string sub) {
+    return Rule{.owner = std::move(owner), .component = "모델", .sub = std::move(sub), .tier = Tier::redownload, .verified = true};
+}
+
+ResolvedRule resolvedAt(Rule rule, std::string path) { return {std::move(rule), std::move(path), std::nullopt, std::nullopt}; }
 
 Hit hitOf(const std::string& path, std::uint64_t bytes, std::uint64_t shared = 0) {
     Hit hit{folderRule("Tool", ""), {}, std::nullopt, path, std::nullopt, {}};

@@ -6,15 +6,28 @@
 #include <set>
 
 #include "quillet/log/log.hpp"
-#include "tests/rules/rules_fixture.hpp"
+#include "quillet/rules/catalog.hpp"
 #include "tests/support/temp_home.hpp"
 
 namespace kelvor {
 namespace {
 
-using testing::catalogRule;
-using testing::LoginScope;
 using testing::TempHome;
+
+const Rule& catalogRule(const std::string& owner, const std::string& sub) {
+    for (const Rule& rule : CATALOG)
+        if (rule.owner == owner && rule.sub == sub) return rule;
+    ADD_FAILURE() << "no catalog rule " << owner << " " << sub;
+    return CATALOG->front();
+}
+
+// The login shell's environment replaced while the scope lives; afterwards it reads nothing again,
+// as the test binary set it up.
+struct LoginScope {
+    explicit LoginScope(LoginEnvironmentReader reader) { setLoginEnvironmentReader(std::move(reader)); }
+    explicit LoginScope(LoginEnvironment values) : LoginScope([values] { return values; }) {}
+    ~LoginScope() { setLoginEnvironmentReader([] { return LoginEnvironment{}; }); }
+};
 
 // A lookup over a fixed map, empty values counting as unset like the real one.
 EnvLookup lookupIn(std::map<std::string, std::string> values) {
@@ -96,7 +109,10 @@ TEST(Location, TheProcessEnvironmentComesFirstAndTheLoginShellCountsOnlyForReloc
 
 TEST(Location, TheLoginShellIsReadOnce) {
     int reads = 0;
-    LoginScope login([&reads] { return ++reads, LoginEnvironment{{"CCACHE_DIR", "/cc"}}; });
+    LoginScope login([&reads] {
+        ++reads;
+        return LoginEnvironment{{"CCACHE_DIR", "/cc"}};
+    });
     TempHome home;
     home.setEnv("CCACHE_DIR", "");
     EXPECT_EQ(env("CCACHE_DIR"), "/cc");
