@@ -1,14 +1,12 @@
 #include "quillet/rules/build_artifacts.hpp"
 
 #include <gtest/gtest.h>
-#include <sys/mount.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <ctime>
 #include <filesystem>
 #include <set>
 
+#include "tests/support/scoped_mount.hpp"
 #include "tests/support/temp_home.hpp"
 
 namespace kelvor {
@@ -18,70 +16,40 @@ namespace fs = std::filesystem;
 using testing::TempHome;
 using testing::writeFile;
 
-constexpr std::int64_t HOUR = 3600;
-
-// Every entry of the tree at `path`, the folder itself included, modified `age` seconds ago.
-void ageTree(const std::string& path, std::int64_t age) {
-    auto when = fs::file_time_type::clock::now() - std::chrono::seconds(age);
-    std::error_code ignored;
-    for (auto it = fs::recursive_directory_iterator(path); it != fs::recursive_directory_iterator(); ++it)
-        if (!it->is_symlink()) fs::last_write_time(it->path(), when, ignored);
-    fs::last_write_time(path, when, ignored);
-}
-
-std::set<std::string> foundPaths(const std::string& root, const std::string& home) {
+std::set<std::string> foundPaths(const TempHome& home) {
     std::set<std::string> paths;
-    for (const ArtifactFind& find : findBuildArtifacts(root, home)) paths.insert(find.path);
+    for (const ArtifactFind& find : findBuildArtifacts(home.path(), home.path())) paths.insert(find.path);
     return paths;
 }
 
-TEST(BuildArtifacts, AFolderCountsOnlyWithTheMarkerThatProvesItsKind) {
+TEST(BuildArtifacts, AFolderCountsOnlyWithTheMarkerThatProvesItsKindAndNeverTwice) {
     TempHome home;
-    writeFile(home / "code/rusty/Cargo.toml", "[package]");
-    writeFile(home / "code/rusty/target/debug/app", "x");
-    writeFile(home / "code/notrust/target/report.pdf", "x");  // a folder named target, nothing more
-    writeFile(home / "code/web/package.json", "{}");
-    writeFile(home / "code/web/node_modules/left-pad/index.js", "x");
-    writeFile(home / "code/orphan/node_modules/a/index.js", "x");
-    writeFile(home / "code/cpp/build/CMakeCache.txt", "x");
-    writeFile(home / "code/cpp/CMakeLists.txt", "x");
-    writeFile(home / "code/notes/build/CMakeLists.txt", "x");  // build/ without a cache is not a build folder
-    writeFile(home / "code/py/.venv/pyvenv.cfg", "home = /usr/bin");
-    writeFile(home / "code/py/venv/lib/site.py", "x");  // no pyvenv.cfg inside
-
-    EXPECT_EQ(foundPaths(home.path(), home.path()),
-              (std::set<std::string>{home / "code/rusty/target", home / "code/web/node_modules",
-                                     home / "code/cpp/build", home / "code/py/.venv"}));
-}
-
-TEST(BuildArtifacts, TheWalkSkipsHiddenHomeFoldersHistoryAndWhatItFound) {
-    TempHome home;
-    for (const char* project : {".config/Code/extension", ".local/share/app", "code/.git/modules/x", "code/app"})
-        writeFile(home / (std::string(project) + "/package.json"), "{}"),
-            writeFile(home / (std::string(project) + "/node_modules/dep/index.js"), "x");
-    // A project inside a dependency is the dependency's business, not a second find.
-    writeFile(home / "code/app/node_modules/dep/package.json", "{}");
-    writeFile(home / "code/app/node_modules/dep/node_modules/inner/index.js", "x");
-    // Hidden folders deeper than the home's own are ordinary project folders.
-    writeFile(home / "code/.hidden-project/Cargo.toml", "x");
-    writeFile(home / "code/.hidden-project/target/x", "x");
-
-    EXPECT_EQ(foundPaths(home.path(), home.path()),
-              (std::set<std::string>{home / "code/app/node_modules", home / "code/.hidden-project/target"}));
-}
-
-TEST(BuildArtifacts, AFolderHoldingTheProjectsOwnSourcesIsNeverOffered) {
-    TempHome home;
-    writeFile(home / "code/outer/Cargo.toml", "x");
-    writeFile(home / "code/outer/target/Cargo.toml", "x");  // a crate that happens to be called target
-    writeFile(home / "code/tool/package.json", "{}");
-    writeFile(home / "code/tool/node_modules/.git/HEAD", "x");  // a checkout, not an install
-    fs::create_directories(home / "elsewhere");
+    for (const char* file : {
+             "code/rusty/Cargo.toml", "code/rusty/target/debug/app",
+             "code/notrust/target/report.pdf",  // a folder named target, nothing more
+             "code/web/package.json", "code/web/node_modules/left-pad/index.js",
+             "code/orphan/node_modules/a/index.js",
+             "code/cpp/CMakeLists.txt", "code/cpp/build/CMakeCache.txt",
+             "code/notes/build/CMakeLists.txt",  // build/ without a cache is not a build folder
+             "code/py/.venv/pyvenv.cfg",
+             "code/py/venv/lib/site.py",  // no pyvenv.cfg inside
+             // The home's own hidden folders and version control history are not walked...
+             ".config/Code/extension/package.json", ".config/Code/extension/node_modules/dep/index.js",
+             ".local/share/app/package.json", ".local/share/app/node_modules/dep/index.js",
+             "code/.git/modules/x/package.json", "code/.git/modules/x/node_modules/dep/index.js",
+             // ...but hidden folders deeper down are ordinary project folders.
+             "code/.hidden/Cargo.toml", "code/.hidden/target/x",
+             // A project inside a find is the find's business, not a second find.
+             "code/web/node_modules/dep/package.json", "code/web/node_modules/dep/node_modules/inner/index.js",
+             // A folder holding the project's own sources is never offered.
+             "code/outer/Cargo.toml", "code/outer/target/Cargo.toml",  // a crate that happens to be called target
+             "code/tool/package.json", "code/tool/node_modules/.git/HEAD",  // a checkout, not an install
+             "elsewhere/Cargo.toml", "elsewhere/target/x"})
+        writeFile(home / file, "x");
     fs::create_directory_symlink(home / "elsewhere", home / "code/linked");
-    writeFile(home / "elsewhere/Cargo.toml", "x");
-    writeFile(home / "elsewhere/target/x", "x");
-
-    EXPECT_EQ(foundPaths(home.path(), home.path()), (std::set<std::string>{home / "elsewhere/target"}))
+    EXPECT_EQ(foundPaths(home), (std::set<std::string>{home / "code/rusty/target", home / "code/web/node_modules",
+                                                       home / "code/cpp/build", home / "code/py/.venv",
+                                                       home / "code/.hidden/target", home / "elsewhere/target"}))
         << "the link to elsewhere is not followed; the folder itself is found once, where it is";
 }
 
@@ -89,28 +57,22 @@ TEST(BuildArtifacts, AnotherFileSystemMountedInsideIsNotWalked) {
     if (::geteuid() != 0) GTEST_SKIP() << "mounting needs root (CI runs as root)";
     TempHome home;
     fs::create_directories(home / "code/share");
-    if (::mount("tmpfs", (home / "code/share").c_str(), "tmpfs", 0, "size=1m") != 0)
-        GTEST_SKIP() << "this machine allows no tmpfs mount";
-    writeFile(home / "code/share/Cargo.toml", "x");
-    writeFile(home / "code/share/target/x", "x");
-    writeFile(home / "code/local/Cargo.toml", "x");
-    writeFile(home / "code/local/target/x", "x");
-    std::set<std::string> found = foundPaths(home.path(), home.path());
-    ::umount2((home / "code/share").c_str(), MNT_DETACH);
-    EXPECT_EQ(found, std::set<std::string>{home / "code/local/target"});
+    testing::ScopedMount share = testing::ScopedMount::tmpfs(home / "code/share");
+    if (!share.mounted()) GTEST_SKIP() << "this machine allows no tmpfs mount";
+    for (const char* file : {"code/share/Cargo.toml", "code/share/target/x", "code/local/Cargo.toml", "code/local/target/x"})
+        writeFile(home / file, "x");
+    EXPECT_EQ(foundPaths(home), std::set<std::string>{home / "code/local/target"});
 }
 
 TEST(BuildArtifacts, RulesLeaveOutClaimedFoldersKeepRecentOnesAndTiersOfTheirKind) {
     TempHome home;
-    writeFile(home / "old/package.json", "{}");
-    writeFile(home / "old/node_modules/a/index.js", "x");
-    writeFile(home / "fresh/Cargo.toml", "x");
-    writeFile(home / "fresh/target/debug/app", "x");
-    writeFile(home / "claimed/Cargo.toml", "x");
-    writeFile(home / "claimed/target/x", "x");
-    writeFile(home / "py/.venv/pyvenv.cfg", "x");
-    for (const char* tree : {"old", "fresh", "claimed", "py"}) ageTree(home / tree, 3 * HOUR);
-    fs::last_write_time(home / "fresh/target/debug/app", fs::file_time_type::clock::now());
+    for (const char* file : {"old/package.json", "old/node_modules/a/index.js", "fresh/Cargo.toml",
+                             "fresh/target/debug/app", "claimed/Cargo.toml", "claimed/target/x", "py/.venv/pyvenv.cfg"})
+        writeFile(home / file, "x");
+    // Everything three hours old but the one file just written.
+    const auto threeHoursAgo = fs::file_time_type::clock::now() - std::chrono::hours(3);
+    for (auto it = fs::recursive_directory_iterator(home.path()); it != fs::recursive_directory_iterator(); ++it)
+        if (it->path() != home / "fresh/target/debug/app") fs::last_write_time(it->path(), threeHoursAgo);
 
     std::vector<Rule> rules = dynamicBuildArtifactRules({home / "claimed", home.path()}, home.path(), home.path());
     ASSERT_EQ(rules.size(), 3u);

@@ -1,15 +1,12 @@
+#include "quillet/rules/hits.hpp"
+
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
-#include <set>
 
 #include "quillet/clean/clean_plan.hpp"
 #include "quillet/log/log.hpp"
-#include "quillet/rules/catalog.hpp"
-#include "quillet/rules/hits.hpp"
-#include "quillet/rules/location.hpp"
 #include "quillet/space/exclusions.hpp"
 #include "tests/support/disk_usage.hpp"
 #include "tests/support/temp_home.hpp"
@@ -24,13 +21,14 @@ using testing::writeFile;
 
 constexpr std::uint64_t GB = 1000ull * 1000 * 1000;
 
-Rule folderRule(std::string owner, std::string component, std::string sub, bool verified = true) {
-    return Rule{.owner = std::move(owner), .component = std::move(component), .sub = std::move(sub),
-                .tier = Tier::redownload, .verified = verified};
+Rule folderRule(std::string owner, std::string sub) {
+    return Rule{.owner = std::move(owner), .component = "모델", .sub = std::move(sub), .tier = Tier::redownload, .verified = true};
 }
 
+ResolvedRule resolvedAt(Rule rule, std::string path) { return {std::move(rule), std::move(path), std::nullopt, std::nullopt}; }
+
 Hit hitOf(const std::string& path, std::uint64_t bytes, std::uint64_t shared = 0) {
-    Hit hit{folderRule("Tool", "모델", ""), {}, std::nullopt, path, std::nullopt, {}};
+    Hit hit{folderRule("Tool", ""), {}, std::nullopt, path, std::nullopt, {}};
     hit.stat.bytes = bytes;
     hit.stat.shared = shared;
     return hit;
@@ -44,13 +42,13 @@ size_t countInLog(const std::string& needle) {
     return count;
 }
 
+TreeStat measuredOnDisk(const std::string& path, int threads) { return measureTree(path, threads, std::chrono::seconds(30)); }
+
 TEST(ClaimedOnce, TwoRulesOnOnePathGiveOneEntryAndOneLogLine) {
     TempHome home;
-    std::vector<ResolvedRule> resolved = {
-        {folderRule("First", "모델", "m"), home / "m", std::nullopt, std::nullopt},
-        {folderRule("Second", "모델", "m"), home / "m", std::nullopt, std::nullopt},
-        {folderRule("Third", "모델", "n"), home / "n", std::nullopt, std::nullopt},
-    };
+    std::vector<ResolvedRule> resolved = {resolvedAt(folderRule("First", "m"), home / "m"),
+                                          resolvedAt(folderRule("Second", "m"), home / "m"),
+                                          resolvedAt(folderRule("Third", "n"), home / "n")};
     std::vector<ResolvedRule> kept = claimedOnce(resolved);
     ASSERT_EQ(kept.size(), 2u);
     EXPECT_EQ(kept[0].rule.owner, "First") << "the first rule in catalog order keeps the path";
@@ -70,9 +68,27 @@ TEST(DedupeNested, FoldersLoseTheBytesOfHitsInsideThem) {
     EXPECT_EQ(countInLog("nested: Tool — 모델 drops 3.0 GB already claimed by a deeper rule"), 1u);
 
     hits = dedupeNested({hitOf("/s/a", 1 * GB), hitOf("/s/a/b", 4 * GB), hitOf("/s/a/b/c", 1 * GB)});
+    ASSERT_EQ(hits.size(), 3u);
     EXPECT_EQ(hits[0].stat.bytes, 0u) << "a contained hit larger than its folder brings it to 0";
     EXPECT_EQ(hits[1].stat.bytes, 3 * GB);
-    EXPECT_EQ(hits.size(), 3u);
+}
+
+TEST(DedupeNested, ThreeLevelsSumToTheBytesOnDiskOnce) {
+    TempHome home;
+    // A Pinokio-like cache holding HF_HOME holding the hub, each level with files of its own.
+    writeFile(home / "pinokio/cache/own", std::string(40000, 'p'));
+    writeFile(home / "pinokio/cache/HF_HOME/own", std::string(20000, 'f'));
+    writeFile(home / "pinokio/cache/HF_HOME/hub/blob", std::string(90000, 'h'));
+    std::vector<ResolvedRule> resolved;
+    for (const char* sub : {"pinokio/cache", "pinokio/cache/HF_HOME", "pinokio/cache/HF_HOME/hub"})
+        resolved.push_back(resolvedAt(folderRule(sub, sub), home / sub));
+    std::vector<Hit> hits = collectHitsFrom(resolved, 2, {}, measuredOnDisk);
+    ASSERT_EQ(hits.size(), 3u);
+    EXPECT_EQ(hits[0].stat.bytes + hits[1].stat.bytes + hits[2].stat.bytes, allocatedBytesBelow(home / "pinokio/cache"));
+    EXPECT_EQ(hits[1].stat.bytes, allocatedBytesBelow(home / "pinokio/cache/HF_HOME") -
+                                      allocatedBytesBelow(home / "pinokio/cache/HF_HOME/hub"))
+        << "the middle folder keeps its own files";
+    EXPECT_GT(hits[1].stat.bytes, 0u);
 }
 
 TEST(CollectHits, DropsEmptyExcludedAndOwnStoresAndKeepsOrder) {
@@ -80,9 +96,8 @@ TEST(CollectHits, DropsEmptyExcludedAndOwnStoresAndKeepsOrder) {
     for (const char* folder : {"a", "b", "empty", "excluded", ".kelvor/cache", "slow"}) fs::create_directories(home / folder);
     std::vector<ResolvedRule> resolved;
     for (const char* folder : {"a", "empty", "excluded", ".kelvor/cache", "missing", "b", "slow"})
-        resolved.push_back({folderRule(folder, "모델", folder), home / folder, std::nullopt, std::nullopt});
+        resolved.push_back(resolvedAt(folderRule(folder, folder), home / folder));
     ASSERT_TRUE(Exclusions::shared().add(home / "excluded"));
-
     TreeMeasure measure = [&](const std::string& path, int) {
         TreeStat stat;
         if (path == home / "slow") stat.timedOut = true;
@@ -94,7 +109,6 @@ TEST(CollectHits, DropsEmptyExcludedAndOwnStoresAndKeepsOrder) {
     HitCallbacks callbacks{[&](const Hit& hit) { seen.push_back(hit.rule.owner); },
                            [&](const MeasureProgress& step) { steps.push_back(step); }};
     std::vector<Hit> hits = collectHitsFrom(resolved, 2, callbacks, measure);
-
     std::vector<std::string> owners;
     for (const Hit& hit : hits) owners.push_back(hit.rule.owner);
     EXPECT_EQ(owners, (std::vector<std::string>{"a", "b", "slow"}));
@@ -105,61 +119,38 @@ TEST(CollectHits, DropsEmptyExcludedAndOwnStoresAndKeepsOrder) {
     EXPECT_EQ(steps.back().bytesSoFar, 20 * GB);
 }
 
-TreeStat measuredOnDisk(const std::string& path, int threads) { return measureTree(path, threads, std::chrono::seconds(30)); }
-
-TEST(DedupeNested, ThreeLevelsSumToTheBytesOnDiskOnce) {
-    TempHome home;
-    // A Pinokio-like cache holding HF_HOME holding the hub, each level with files of its own.
-    writeFile(home / "pinokio/cache/own", std::string(40000, 'p'));
-    writeFile(home / "pinokio/cache/HF_HOME/own", std::string(20000, 'f'));
-    writeFile(home / "pinokio/cache/HF_HOME/hub/blob", std::string(90000, 'h'));
-    std::vector<ResolvedRule> resolved;
-    for (const char* sub : {"pinokio/cache", "pinokio/cache/HF_HOME", "pinokio/cache/HF_HOME/hub"})
-        resolved.push_back({folderRule(sub, "모델", sub), home / sub, std::nullopt, std::nullopt});
-    std::vector<Hit> hits = collectHitsFrom(resolved, 2, {}, measuredOnDisk);
-    ASSERT_EQ(hits.size(), 3u);
-    EXPECT_EQ(hits[0].stat.bytes + hits[1].stat.bytes + hits[2].stat.bytes, allocatedBytesBelow(home / "pinokio/cache"));
-    EXPECT_EQ(hits[1].stat.bytes, allocatedBytesBelow(home / "pinokio/cache/HF_HOME") -
-                                      allocatedBytesBelow(home / "pinokio/cache/HF_HOME/hub"))
-        << "the middle folder keeps its own files";
-    EXPECT_GT(hits[1].stat.bytes, 0u);
-}
-
 TEST(CollectHits, AnExcludedFolderInsideAStoreBlocksItAndLeavesItsBytesOut) {
     TempHome home;
-    std::string store = home / ".config/google-chrome";
-    writeFile(store + "/Default/Cache/Cache_Data/data_1", std::string(70000, 'c'));
+    const std::string store = home / ".config/google-chrome", excluded = store + "/Default/Cache/Cache_Data";
+    writeFile(excluded + "/data_1", std::string(70000, 'c'));
     writeFile(store + "/Default/Code Cache/js/index", std::string(30000, 'j'));
-    ASSERT_TRUE(Exclusions::shared().add(store + "/Default/Cache/Cache_Data"));
-    std::vector<ResolvedRule> resolved = {{folderRule("Chrome", "캐시", ".config/google-chrome"), store, std::nullopt, std::nullopt}};
+    ASSERT_TRUE(Exclusions::shared().add(excluded));
+    std::vector<ResolvedRule> resolved = {resolvedAt(folderRule("Chrome", ".config/google-chrome"), store)};
     std::vector<Hit> hits = collectHitsFrom(resolved, 2, {}, measuredOnDisk);
     ASSERT_EQ(hits.size(), 1u) << "the store stays in the list";
-    EXPECT_EQ(hits[0].excludedInside, std::vector<std::string>{store + "/Default/Cache/Cache_Data"});
-    EXPECT_EQ(hits[0].stat.bytes, allocatedBytesBelow(store) - allocatedBytesBelow(store + "/Default/Cache/Cache_Data"));
+    EXPECT_EQ(hits[0].excludedInside, std::vector<std::string>{excluded});
+    EXPECT_EQ(hits[0].stat.bytes, allocatedBytesBelow(store) - allocatedBytesBelow(excluded));
 
     std::vector<CleanTarget> plan = planFromHits(hits, {});
     ASSERT_EQ(plan.size(), 1u);
     EXPECT_TRUE(plan[0].blocked());
     std::string printed = renderCleanPlan(plan, {});
-    EXPECT_NE(printed.find("Nothing to clean."), std::string::npos) << printed;
-    EXPECT_NE(printed.find("   guard-blocked:\n"), std::string::npos) << printed;
-    EXPECT_NE(printed.find("holds " + store + "/Default/Cache/Cache_Data, which you asked never to be offered"),
-              std::string::npos)
-        << printed;
+    for (const std::string& part : {std::string("Nothing to clean."), std::string("   guard-blocked:\n"),
+                                    "holds " + excluded + ", which you asked never to be offered"})
+        EXPECT_NE(printed.find(part), std::string::npos) << part << "\n" << printed;
 
-    // The same store holding a nested store around the excluded folder: every byte but the
-    // excluded ones is counted once, by one of the two.
-    resolved.push_back({folderRule("Chrome", "캐시", "Default/Cache"), store + "/Default/Cache", std::nullopt, std::nullopt});
+    // A nested store around the excluded folder: every byte but the excluded ones counted once.
+    resolved.push_back(resolvedAt(folderRule("Chrome", "Default/Cache"), store + "/Default/Cache"));
     writeFile(store + "/Default/Cache/index", std::string(9000, 'i'));
     hits = collectHitsFrom(resolved, 2, {}, measuredOnDisk);
     ASSERT_EQ(hits.size(), 2u);
-    EXPECT_EQ(hits[0].stat.bytes + hits[1].stat.bytes,
-              allocatedBytesBelow(store) - allocatedBytesBelow(store + "/Default/Cache/Cache_Data"));
+    EXPECT_EQ(hits[0].stat.bytes + hits[1].stat.bytes, allocatedBytesBelow(store) - allocatedBytesBelow(excluded));
     EXPECT_FALSE(hits[1].excludedInside.empty()) << "the nested store is blocked too";
-    resolved.pop_back();
 
-    ASSERT_TRUE(Exclusions::shared().remove(store + "/Default/Cache/Cache_Data"));
+    resolved.pop_back();
+    ASSERT_TRUE(Exclusions::shared().remove(excluded));
     hits = collectHitsFrom(resolved, 2, {}, measuredOnDisk);
+    ASSERT_EQ(hits.size(), 1u);
     EXPECT_TRUE(hits[0].excludedInside.empty()) << "nothing excluded inside any more";
     EXPECT_EQ(hits[0].stat.bytes, allocatedBytesBelow(store));
 }
@@ -168,54 +159,44 @@ TEST(CollectHits, EvidenceMustHoldAtThePath) {
     TempHome home;
     fs::create_directories(home / "folder");
     writeFile(home / "file.toml", "x");
-    Rule folder = folderRule("Tool", "모델", "folder");
-    Rule file = folderRule("Tool", "모델", "file.toml");
-    file.kind = StoreKind::file;
-    EXPECT_TRUE(ruleEvidenceHolds(folder, home / "folder"));
-    EXPECT_FALSE(ruleEvidenceHolds(folder, home / "file.toml")) << "a folder rule does not claim a file";
-    EXPECT_TRUE(ruleEvidenceHolds(file, home / "file.toml"));
-    EXPECT_FALSE(ruleEvidenceHolds(file, home / "folder"));
-    EXPECT_FALSE(ruleEvidenceHolds(folder, home.path())) << "never the home folder itself";
-    EXPECT_FALSE(ruleEvidenceHolds(folder, fs::path(home.path()).parent_path().string())) << "nor above it";
-    EXPECT_FALSE(ruleEvidenceHolds(folder, home / "absent"));
     std::string someoneElses = "/etc";
     if (::geteuid() == 0) {
         fs::create_directories(home / "theirs");
         ASSERT_EQ(::chown((home / "theirs").c_str(), 65534, 65534), 0);
         someoneElses = home / "theirs";
     }
-    EXPECT_FALSE(ruleEvidenceHolds(folder, someoneElses)) << "not the person's own";
-}
-
-TEST(CollectHits, ResolvedRulesFollowAStoreMovedBehindALink) {
-    TempHome home;
-    setLoginEnvironmentReader([] { return LoginEnvironment{}; });
-    writeFile(home / "disk/hub/model.bin", std::string(8192, 'm'));
-    fs::create_directories(home / ".cache/huggingface");
-    fs::create_directory_symlink(home / "disk/hub", home / ".cache/huggingface/hub");
-    std::vector<Hit> hits = collectHits(1);
-    auto hub = std::find_if(hits.begin(), hits.end(), [](const Hit& hit) { return hit.rule.component == "허브 캐시"; });
-    ASSERT_NE(hub, hits.end());
-    EXPECT_EQ(hub->path, home / "disk/hub") << "measured where it really is";
-    EXPECT_EQ(hub->linkedFrom, home / ".cache/huggingface/hub") << "and the hit says so";
-    EXPECT_GE(hub->stat.bytes, 8192u);
-    setLoginEnvironmentReader({});
+    Rule folder = folderRule("Tool", "folder"), file = folderRule("Tool", "file.toml");
+    file.kind = StoreKind::file;
+    const std::tuple<const Rule&, std::string, bool> cases[] = {
+        {folder, home / "folder", true},
+        {folder, home / "file.toml", false},  // a folder rule does not claim a file
+        {file, home / "file.toml", true},
+        {file, home / "folder", false},
+        {folder, home.path(), false},  // never the home folder itself
+        {folder, fs::path(home.path()).parent_path().string(), false},  // nor above it
+        {folder, home / "absent", false},
+        {folder, someoneElses, false},  // not the person's own
+    };
+    for (const auto& [rule, path, holds] : cases) EXPECT_EQ(ruleEvidenceHolds(rule, path), holds) << rule.sub << " at " << path;
 }
 
 TEST(CollectHits, CatalogStoresOnAFakeHome) {
     TempHome home;
-    setLoginEnvironmentReader([] { return LoginEnvironment{}; });
-    writeFile(home / ".cache/huggingface/hub/models--x/blob", std::string(50000, 'h'));
+    writeFile(home / "disk/hub/models--x/blob", std::string(50000, 'h'));
+    fs::create_directories(home / ".cache/huggingface");
+    fs::create_directory_symlink(home / "disk/hub", home / ".cache/huggingface/hub");
     writeFile(home / ".npm/_cacache/index", std::string(3000, 'n'));
     fs::create_directories(home / ".gradle/caches/modules-2");  // empty: no hit
     std::vector<Hit> hits = collectHits(2);
     std::map<std::string, const Hit*> byPath;
     for (const Hit& hit : hits) byPath[hit.path] = &hit;
-    ASSERT_TRUE(byPath.contains(home / ".cache/huggingface/hub"));
+    ASSERT_TRUE(byPath.contains(home / "disk/hub")) << "a store moved behind a link is measured where it really is";
+    EXPECT_EQ(byPath[home / "disk/hub"]->linkedFrom, home / ".cache/huggingface/hub") << "and the hit says so";
+    EXPECT_EQ(byPath[home / "disk/hub"]->stat.bytes, allocatedBytesBelow(home / "disk/hub"));
     ASSERT_TRUE(byPath.contains(home / ".npm/_cacache"));
-    EXPECT_FALSE(byPath.contains(home / ".gradle/caches/modules-2"));
     EXPECT_EQ(byPath[home / ".npm/_cacache"]->stat.bytes, allocatedBytesBelow(home / ".npm/_cacache"));
     EXPECT_FALSE(byPath[home / ".npm/_cacache"]->relocated);
+    EXPECT_FALSE(byPath.contains(home / ".gradle/caches/modules-2"));
 
     // HF_HOME elsewhere: the HuggingFace hits are found there, shown as moved.
     writeFile(home / "elsewhere/hub/blob", std::string(4096, 'e'));
@@ -224,14 +205,13 @@ TEST(CollectHits, CatalogStoresOnAFakeHome) {
     auto hub = std::find_if(hits.begin(), hits.end(), [&](const Hit& hit) { return hit.path == home / "elsewhere/hub"; });
     ASSERT_NE(hub, hits.end());
     EXPECT_EQ(hub->relocated, "HF_HOME");
-    EXPECT_TRUE(hub->rule.component.ends_with(" (환경변수로 재지정됨 — 개별 확인)")) << hub->rule.component;
+    EXPECT_TRUE(hub->rule.component.ends_with(RELOCATED_SUFFIX_KOREAN)) << hub->rule.component;
     EXPECT_FALSE(hub->rule.verified) << "a moved store waits for a deliberate choice";
 
     // A store relocated into Kelvor's own folder is never a hit.
     writeFile(home / ".kelvor/hf/hub/blob", std::string(4096, 'k'));
     home.setEnv("HF_HOME", home / ".kelvor/hf");
     for (const Hit& hit : collectHits(2)) EXPECT_FALSE(isOwnState(hit.path)) << hit.path;
-    setLoginEnvironmentReader({});
 }
 
 }  // namespace

@@ -2,10 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
 #include <set>
 
-#include "quillet/rules/catalog.hpp"
 #include "quillet/rules/location.hpp"
 #include "tests/support/temp_home.hpp"
 
@@ -14,31 +12,27 @@ namespace {
 
 using testing::TempHome;
 
+// Where `rule` puts its store with only `name` set to `value`, in a home written `home`.
+std::string pathWith(const Rule& rule, std::string_view name = "", const std::string& value = "",
+                     const std::string& home = "/home/u") {
+    auto lookup = [&](std::string_view asked) { return asked == name ? std::optional(value) : std::nullopt; };
+    return resolveRawPath(rule, lookup, home).path;
+}
+
 const Rule& rowAt(const std::string& defaultPath) {
     for (const Rule& rule : linuxTableRules())
-        if (resolveRawPath(rule, [](std::string_view) { return std::optional<std::string>(); }, "~").path == defaultPath)
-            return rule;
+        if (pathWith(rule, "", "", "~") == defaultPath) return rule;
     static const Rule none{};
     ADD_FAILURE() << "no Linux row for " << defaultPath;
     return none;
 }
 
-std::string pathWith(const Rule& rule, const std::string& name, const std::string& value) {
-    auto lookup = [&](std::string_view asked) {
-        return asked == name ? std::optional<std::string>(value) : std::optional<std::string>();
-    };
-    return resolveRawPath(rule, lookup, "/home/u").path;
-}
-
-// Which XDG variable each tool really honours, from its own documentation or source.
-struct Honoured {
-    std::string defaultPath;
-    std::string variable;  // "" when the tool ignores every XDG variable
-    std::string movedTo;   // the path with the variable set to /x
-};
-
 TEST(LinuxCatalog, EachStoreMovesWithTheXdgVariableItsToolHonoursAndNoOther) {
-    const std::vector<Honoured> cases = {
+    // Which XDG variable each tool really honours, from its own documentation or source ("" for
+    // none), and where the store goes with that variable set to /x.
+    const struct {
+        std::string defaultPath, variable, movedTo;
+    } cases[] = {
         {"~/.cache/go-build", "XDG_CACHE_HOME", "/x/go-build"},
         {"~/.cache/yarn", "XDG_CACHE_HOME", "/x/yarn"},
         {"~/.cache/uv", "XDG_CACHE_HOME", "/x/uv"},
@@ -55,9 +49,9 @@ TEST(LinuxCatalog, EachStoreMovesWithTheXdgVariableItsToolHonoursAndNoOther) {
         {"~/.cache/Cypress", "", ""},
         {"~/Android/Sdk/platforms", "", ""},
     };
-    for (const Honoured& each : cases) {
+    for (const auto& each : cases) {
         const Rule& rule = rowAt(each.defaultPath);
-        std::string unmoved = pathWith(rule, "NOTHING", "");
+        std::string unmoved = pathWith(rule);
         for (const char* variable : {"XDG_CACHE_HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_STATE_HOME"}) {
             std::string moved = pathWith(rule, variable, "/x");
             if (variable == each.variable) EXPECT_EQ(moved, each.movedTo) << each.defaultPath << " " << variable;
@@ -69,54 +63,45 @@ TEST(LinuxCatalog, EachStoreMovesWithTheXdgVariableItsToolHonoursAndNoOther) {
 TEST(LinuxCatalog, TheToolsOwnVariableWinsOverXdg) {
     const Rule& pnpm = rowAt("~/.local/share/pnpm/store");
     auto both = [](std::string_view name) -> std::optional<std::string> {
-        if (name == "PNPM_HOME") return "/p";
-        if (name == "XDG_DATA_HOME") return "/x";
+        if (name == "PNPM_HOME" || name == "XDG_DATA_HOME") return name == "PNPM_HOME" ? "/p" : "/x";
         return std::nullopt;
     };
-    RawPath path = resolveRawPath(pnpm, both, "/home/u");
-    EXPECT_EQ(path.path, "/p/store");
-    EXPECT_EQ(path.relocated, "PNPM_HOME");
+    EXPECT_EQ(resolveRawPath(pnpm, both, "/home/u"), (RawPath{"/p/store", "PNPM_HOME"}));
 }
 
 TEST(LinuxCatalog, AnOlderFolderCountsWhileItExistsAsItsToolDecides) {
     TempHome home;
-    auto pathsOf = [](const std::vector<Rule>& rules, const std::string& owner) {
+    std::set<std::string> madeFolders;
+    auto pathsOf = [&](const std::string& owner) {
         std::set<std::string> paths;
-        for (const Rule& rule : rules)
+        for (const Rule& rule : linuxStoreRules([&](const std::string& path) { return madeFolders.contains(path); }))
             if (rule.owner == owner) paths.insert(ruleRawPath(rule).path);
         return paths;
     };
-    std::set<std::string> madeFolders;
-    auto exists = [&](const std::string& path) { return madeFolders.contains(path); };
-    EXPECT_EQ(pathsOf(linuxStoreRules(exists), "ccache"), std::set<std::string>{home / ".cache/ccache"});
+    EXPECT_EQ(pathsOf("ccache"), std::set<std::string>{home / ".cache/ccache"});
     madeFolders.insert(home / ".ccache");
-    EXPECT_EQ(pathsOf(linuxStoreRules(exists), "ccache"), std::set<std::string>{home / ".ccache"});
-    EXPECT_EQ(pathsOf(linuxStoreRules(exists), "pipx").count(home / ".local/share/pipx/venvs"), 1u);
+    EXPECT_EQ(pathsOf("ccache"), std::set<std::string>{home / ".ccache"});
+    EXPECT_TRUE(pathsOf("pipx").contains(home / ".local/share/pipx/venvs"));
     madeFolders.insert(home / ".local/pipx/venvs");
-    EXPECT_EQ(pathsOf(linuxStoreRules(exists), "pipx").count(home / ".local/pipx/venvs"), 1u);
-    EXPECT_EQ(pathsOf(linuxStoreRules(exists), "pipx").count(home / ".local/share/pipx/venvs"), 0u);
+    EXPECT_TRUE(pathsOf("pipx").contains(home / ".local/pipx/venvs"));
+    EXPECT_FALSE(pathsOf("pipx").contains(home / ".local/share/pipx/venvs"));
 }
 
-TEST(LinuxCatalog, EveryLabelIsRegisteredAndEveryPathOwnedOnce) {
+TEST(LinuxCatalog, EveryRowIsRegisteredOwnedOnceAndProtectedOutsideTheHome) {
     std::set<std::pair<std::string, std::string>> seen;
-    for (const Rule& rule : linuxTableRules()) {
-        EXPECT_TRUE(catalogEnglish(rule.component)) << rule.owner << " · " << rule.component;
-        EXPECT_TRUE(catalogEnglish(rule.recovery)) << rule.owner << " · " << rule.recovery;
-        EXPECT_FALSE(rule.source.empty()) << rule.owner << " · " << rule.component;
-        std::string path = resolveRawPath(rule, [](std::string_view) { return std::optional<std::string>(); }, "~").path;
-        EXPECT_TRUE(seen.insert({rule.owner, path}).second) << "two rows of " << rule.owner << " name " << path;
-    }
-}
-
-TEST(LinuxCatalog, PlacesOutsideTheHomeAreProtectedAndNameTheirToolsCommand) {
     size_t outside = 0;
     for (const Rule& rule : linuxTableRules()) {
+        std::string path = pathWith(rule, "", "", "~");
+        SCOPED_TRACE(rule.owner + " · " + path);
+        EXPECT_TRUE(catalogEnglish(rule.component)) << rule.component;
+        std::optional<std::string> recovery = catalogEnglish(rule.recovery);
+        EXPECT_TRUE(recovery) << rule.recovery;
+        EXPECT_FALSE(rule.source.empty());
+        EXPECT_TRUE(seen.insert({rule.owner, path}).second) << "two rows of one owner name one path";
         if (!rule.sub.starts_with("/")) continue;
         ++outside;
-        EXPECT_EQ(rule.tier, Tier::protected_) << rule.sub << ": only its own tool may clear it";
-        std::optional<std::string> english = catalogEnglish(rule.recovery);
-        ASSERT_TRUE(english) << rule.sub;
-        EXPECT_NE(english->find("clear it with "), std::string::npos) << rule.sub << ": " << *english;
+        EXPECT_EQ(rule.tier, Tier::protected_) << "only its own tool may clear a place outside the home";
+        EXPECT_NE(recovery.value_or("").find("clear it with "), std::string::npos) << recovery.value_or("");
     }
     EXPECT_GT(outside, 0u);
 }

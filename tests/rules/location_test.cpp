@@ -1,10 +1,12 @@
+#include "quillet/rules/location.hpp"
+
 #include <gtest/gtest.h>
 
-#include <map>
+#include <filesystem>
+#include <set>
 
 #include "quillet/log/log.hpp"
 #include "quillet/rules/catalog.hpp"
-#include "quillet/rules/location.hpp"
 #include "tests/support/temp_home.hpp"
 
 namespace kelvor {
@@ -19,6 +21,14 @@ const Rule& catalogRule(const std::string& owner, const std::string& sub) {
     return CATALOG->front();
 }
 
+// The login shell's environment replaced while the scope lives; afterwards it reads nothing again,
+// as the test binary set it up.
+struct LoginScope {
+    explicit LoginScope(LoginEnvironmentReader reader) { setLoginEnvironmentReader(std::move(reader)); }
+    explicit LoginScope(LoginEnvironment values) : LoginScope([values] { return values; }) {}
+    ~LoginScope() { setLoginEnvironmentReader([] { return LoginEnvironment{}; }); }
+};
+
 // A lookup over a fixed map, empty values counting as unset like the real one.
 EnvLookup lookupIn(std::map<std::string, std::string> values) {
     return [values = std::move(values)](std::string_view name) -> std::optional<std::string> {
@@ -28,111 +38,78 @@ EnvLookup lookupIn(std::map<std::string, std::string> values) {
     };
 }
 
-// The login shell's environment replaced for one test, and restored to "read nothing" after.
-struct LoginScope {
-    explicit LoginScope(LoginEnvironment values) {
-        setLoginEnvironmentReader([values = std::move(values)] { return values; });
-    }
-    ~LoginScope() {
-        setLoginEnvironmentReader([] { return LoginEnvironment{}; });
-    }
-};
-
+// XDG_CACHE_HOME alone is checked over the whole catalog below.
 TEST(Location, CasesOfTheLocationRule) {
-    struct Case {
-        std::string owner, sub;
+    auto row = catalogRule;
+    const struct {
+        Rule rule;
         std::map<std::string, std::string> environment;
         RawPath expected;
-    };
-    const Case cases[] = {
-        {"HuggingFace", "xet/chunk-cache", {}, {"/h/.cache/huggingface/xet/chunk-cache", std::nullopt}},
-        {"HuggingFace", "xet/chunk-cache", {{"HF_XET_CACHE", "/x"}}, {"/x/chunk-cache", "HF_XET_CACHE"}},
-        {"HuggingFace", "hub", {{"HF_HUB_CACHE", "/y"}}, {"/y", "HF_HUB_CACHE"}},
-        {"HuggingFace", "hub", {{"HF_HOME", "/hf"}}, {"/hf/hub", "HF_HOME"}},
-        {"HuggingFace", "hub", {{"HF_HUB_CACHE", "/y"}, {"HF_HOME", "/hf"}}, {"/y", "HF_HUB_CACHE"}},
-        {"HuggingFace", "hub", {{"XDG_CACHE_HOME", "/c"}}, {"/c/huggingface/hub", "XDG_CACHE_HOME"}},
-        {"HuggingFace", "datasets", {{"XDG_CACHE_HOME", "/c"}}, {"/c/huggingface/datasets", "XDG_CACHE_HOME"}},
-        {"HuggingFace", "hub", {{"XDG_CACHE_HOME", "/c"}, {"HF_HOME", "/hf"}}, {"/hf/hub", "HF_HOME"}},
-        // Bases without an XDG name ignore XDG_CACHE_HOME.
-        {"PyTorch", "hub", {{"XDG_CACHE_HOME", "/c"}}, {"/h/.cache/torch/hub", std::nullopt}},
-        {"Whisper", ".cache/whisper", {{"XDG_CACHE_HOME", "/c"}}, {"/h/.cache/whisper", std::nullopt}},
-        {"Android SDK", "platforms", {{"ANDROID_SDK_ROOT", "/sdk"}}, {"/sdk/platforms", "ANDROID_SDK_ROOT"}},
-        {"Android SDK", "platforms", {{"ANDROID_HOME", "/a"}, {"ANDROID_SDK_ROOT", "/sdk"}}, {"/a/platforms", "ANDROID_HOME"}},
-        {"Android SDK", "platforms", {{"ANDROID_HOME", ""}, {"ANDROID_SDK_ROOT", "/sdk"}}, {"/sdk/platforms", "ANDROID_SDK_ROOT"}},
+    } cases[] = {
+        {row("HuggingFace", "xet/chunk-cache"), {}, {"/h/.cache/huggingface/xet/chunk-cache", std::nullopt}},
+        {row("HuggingFace", "xet/chunk-cache"), {{"HF_XET_CACHE", "/x"}}, {"/x/chunk-cache", "HF_XET_CACHE"}},
+        {row("HuggingFace", "hub"), {{"HF_HUB_CACHE", "/y"}}, {"/y", "HF_HUB_CACHE"}},
+        {row("HuggingFace", "hub"), {{"HF_HOME", "/hf"}}, {"/hf/hub", "HF_HOME"}},
+        {row("HuggingFace", "hub"), {{"HF_HUB_CACHE", "/y"}, {"HF_HOME", "/hf"}}, {"/y", "HF_HUB_CACHE"}},
+        {row("HuggingFace", "hub"), {{"XDG_CACHE_HOME", "/c"}, {"HF_HOME", "/hf"}}, {"/hf/hub", "HF_HOME"}},
+        {row("Android SDK", "platforms"), {{"ANDROID_SDK_ROOT", "/sdk"}}, {"/sdk/platforms", "ANDROID_SDK_ROOT"}},
+        {row("Android SDK", "platforms"), {{"ANDROID_HOME", "/a"}, {"ANDROID_SDK_ROOT", "/sdk"}}, {"/a/platforms", "ANDROID_HOME"}},
+        {row("Android SDK", "platforms"), {{"ANDROID_HOME", ""}, {"ANDROID_SDK_ROOT", "/sdk"}}, {"/sdk/platforms", "ANDROID_SDK_ROOT"}},
         // An unset or empty direct variable falls back to the base, never through envSub.
-        {"NLTK", "nltk_data/corpora", {}, {"/h/nltk_data/corpora", std::nullopt}},
-        {"NLTK", "nltk_data/corpora", {{"NLTK_DATA", ""}}, {"/h/nltk_data/corpora", std::nullopt}},
-        {"NLTK", "nltk_data/corpora", {{"NLTK_DATA", "/n"}}, {"/n/corpora", "NLTK_DATA"}},
-        {"Android Emulator", "", {}, {"/h/.android/avd", std::nullopt}},
-        {"Android Emulator", "", {{"ANDROID_AVD_HOME", "/avd"}}, {"/avd", "ANDROID_AVD_HOME"}},
-        {"Go", "Library/Caches/go-build", {{"GOPATH", "/gp"}}, {"/h/Library/Caches/go-build", std::nullopt}},
-        {"Go", "pkg/mod", {{"GOPATH", "/gp"}}, {"/gp/pkg/mod", "GOPATH"}},
-        {"opencode", ".cache/opencode", {{"XDG_CACHE_HOME", "/c"}}, {"/c/opencode", "XDG_CACHE_HOME"}},
+        {row("NLTK", "nltk_data/corpora"), {}, {"/h/nltk_data/corpora", std::nullopt}},
+        {row("NLTK", "nltk_data/corpora"), {{"NLTK_DATA", ""}}, {"/h/nltk_data/corpora", std::nullopt}},
+        {row("NLTK", "nltk_data/corpora"), {{"NLTK_DATA", "/n"}}, {"/n/corpora", "NLTK_DATA"}},
+        {row("Android Emulator", ""), {}, {"/h/.android/avd", std::nullopt}},
+        {row("Android Emulator", ""), {{"ANDROID_AVD_HOME", "/avd"}}, {"/avd", "ANDROID_AVD_HOME"}},
+        {row("Go", "Library/Caches/go-build"), {{"GOPATH", "/gp"}}, {"/h/Library/Caches/go-build", std::nullopt}},
+        {row("Go", "pkg/mod"), {{"GOPATH", "/gp"}}, {"/gp/pkg/mod", "GOPATH"}},
+        {row("opencode", ".cache/opencode"), {{"XDG_CACHE_HOME", "/c"}}, {"/c/opencode", "XDG_CACHE_HOME"}},
+        {{.owner = "uv", .base = Base::uv, .sub = "wheels-v5"}, {}, {"/h/.cache/uv/wheels-v5", std::nullopt}},
+        {{.owner = "uv", .base = Base::uv, .sub = "wheels-v5"}, {{"UV_CACHE_DIR", "/u"}}, {"/u/wheels-v5", "UV_CACHE_DIR"}},
+        {{.owner = "uv", .base = Base::uv, .sub = "wheels-v5"}, {{"XDG_CACHE_HOME", "/c"}}, {"/c/uv/wheels-v5", "XDG_CACHE_HOME"}},
+        // A generated rule: an absolute sub with an empty base stays as it is; no sub is the home.
+        {{.owner = "Generated", .sub = "/Volumes/Work/cache"}, {}, {"/Volumes/Work/cache", std::nullopt}},
+        {{.owner = "Generated"}, {}, {"/h", std::nullopt}},
     };
-    for (const Case& c : cases) {
-        std::string input = c.owner + " " + c.sub;
+    for (const auto& c : cases) {
+        std::string input = c.rule.owner + " " + c.rule.sub;
         for (const auto& [name, value] : c.environment) input += " " + name + "=" + value;
-        EXPECT_EQ(resolveRawPath(catalogRule(c.owner, c.sub), lookupIn(c.environment), "/h"), c.expected) << input;
+        EXPECT_EQ(resolveRawPath(c.rule, lookupIn(c.environment), "/h"), c.expected) << input;
     }
 }
 
 TEST(Location, XdgCacheHomeAloneMovesOnlyBasesWithAnXdgName) {
-    EnvLookup onlyXdg = lookupIn({{"XDG_CACHE_HOME", "/c"}});
     int moved = 0;
     for (const Rule& rule : CATALOG) {
-        RawPath path = resolveRawPath(rule, onlyXdg, "/h");
-        std::string input = rule.owner + " " + rule.sub;
         if (rule.directEnv == "XDG_CACHE_HOME") continue;  // a rule that names the variable itself
-        if (rule.base.xdgName) {
-            ++moved;
-            EXPECT_EQ(path, (RawPath{"/c/huggingface/" + rule.sub, "XDG_CACHE_HOME"})) << input;
-        } else {
-            EXPECT_EQ(path, resolveRawPath(rule, lookupIn({}), "/h")) << input;
+        RawPath path = resolveRawPath(rule, lookupIn({{"XDG_CACHE_HOME", "/c"}}), "/h");
+        SCOPED_TRACE(rule.owner + " " + rule.sub);
+        if (!rule.base.xdgName) {
+            EXPECT_EQ(path, resolveRawPath(rule, lookupIn({}), "/h"));
+            continue;
         }
+        ++moved;
+        EXPECT_EQ(path, (RawPath{"/c/huggingface/" + rule.sub, "XDG_CACHE_HOME"}));
     }
-    EXPECT_EQ(moved, 6) << "the six HuggingFace rows";
+    EXPECT_GT(moved, 0);
 }
 
-TEST(Location, AbsoluteSubWithAnEmptyBaseStaysAsIs) {
-    Rule rule{.owner = "Generated", .sub = "/Volumes/Work/cache"};
-    EXPECT_EQ(resolveRawPath(rule, lookupIn({}), "/h").path, "/Volumes/Work/cache");
-    Rule home{.owner = "Generated"};
-    EXPECT_EQ(resolveRawPath(home, lookupIn({}), "/h").path, "/h");
-}
-
-TEST(Location, ProcessEnvironmentComesFirstAndEmptyIsUnset) {
+TEST(Location, TheProcessEnvironmentComesFirstAndTheLoginShellCountsOnlyForRelocations) {
     TempHome home;
-    LoginScope login(LoginEnvironment{{"HF_HOME", "/login-hf"}});
+    LoginScope login(LoginEnvironment{{"HF_HOME", "/login-hf"}, {"NLTK_DATA", "/not-a-relocation-variable"}});
     home.setEnv("HF_HOME", "/process-hf");
     EXPECT_EQ(ruleRawPath(catalogRule("HuggingFace", "hub")), (RawPath{"/process-hf/hub", "HF_HOME"}));
     home.setEnv("HF_HOME", "");
     EXPECT_EQ(ruleRawPath(catalogRule("HuggingFace", "hub")), (RawPath{"/login-hf/hub", "HF_HOME"}))
         << "an unset process variable lets the login shell's value count";
-}
-
-TEST(Location, LoginShellVariablesCountOnlyWhenTheyRelocate) {
-    TempHome home;
-    home.setEnv("HF_HUB_CACHE", "");
     home.setEnv("NLTK_DATA", "");
-    home.setEnv("HF_HOME", "");
-    LoginScope login(LoginEnvironment{{"HF_HUB_CACHE", "/from-login"}, {"NLTK_DATA", "/not-a-relocation-variable"}});
-    EXPECT_EQ(env("HF_HUB_CACHE"), "/from-login");
     EXPECT_EQ(env("NLTK_DATA"), std::nullopt);
-    EXPECT_EQ(ruleRawPath(catalogRule("HuggingFace", "hub")), (RawPath{"/from-login", "HF_HUB_CACHE"}));
     EXPECT_EQ(ruleRawPath(catalogRule("NLTK", "nltk_data/corpora")).path, home / "nltk_data/corpora");
-}
-
-TEST(Location, AFailedLoginReadLeavesTheProcessEnvironment) {
-    TempHome home;
-    home.setEnv("TORCH_HOME", "");
-    LoginScope login(LoginEnvironment{});
-    EXPECT_EQ(env("TORCH_HOME"), std::nullopt);
-    EXPECT_EQ(ruleRawPath(catalogRule("PyTorch", "hub")), (RawPath{home / ".cache/torch/hub", std::nullopt}));
 }
 
 TEST(Location, TheLoginShellIsReadOnce) {
     int reads = 0;
-    setLoginEnvironmentReader([&reads] {
+    LoginScope login([&reads] {
         ++reads;
         return LoginEnvironment{{"CCACHE_DIR", "/cc"}};
     });
@@ -142,41 +119,29 @@ TEST(Location, TheLoginShellIsReadOnce) {
     EXPECT_EQ(env("CCACHE_DIR"), "/cc");
     EXPECT_EQ(loginEnvironment().size(), 1u);
     EXPECT_EQ(reads, 1);
-    setLoginEnvironmentReader([] { return LoginEnvironment{}; });
 }
 
 TEST(Location, TheRealReaderTakesOnlyRelocationVariablesFromSHELL) {
     TempHome home;
-    // A login shell the test writes: it ignores its arguments and prints a fixed environment.
+    // A login shell that ignores its arguments and prints a fixed environment after some chatter.
     std::string shell = home / "fake-shell";
-    testing::writeFile(shell,
-                       "#!/bin/sh\n"
-                       "echo 'profile chatter'\n"
-                       "printf 'PIXI_HOME=/pixi\\0NOT_RELOCATING=/x\\0HF_HOME=\\0PATH=/bin\\0'\n");
+    testing::writeFile(shell, "#!/bin/sh\necho 'profile chatter'\n"
+                              "printf 'PIXI_HOME=/pixi\\0NOT_RELOCATING=/x\\0HF_HOME=\\0PATH=/bin\\0'\n");
     std::filesystem::permissions(shell, std::filesystem::perms::owner_all);
     home.setEnv("SHELL", shell);
     home.setEnv("PIXI_HOME", "");
-    setLoginEnvironmentReader(nullptr);
-    EXPECT_EQ(loginEnvironment(), (LoginEnvironment{{"PIXI_HOME", "/pixi"}}));
-    EXPECT_EQ(env("PIXI_HOME"), "/pixi");
-    setLoginEnvironmentReader([] { return LoginEnvironment{}; });
+    {
+        LoginScope real(nullptr);
+        EXPECT_EQ(loginEnvironment(), (LoginEnvironment{{"PIXI_HOME", "/pixi"}}));
+        EXPECT_EQ(env("PIXI_HOME"), "/pixi");
+    }
     KelvorLog::drain();  // the read is logged in the temporary home, which must outlive the line
 }
 
-TEST(Location, RelocationVariablesAreFortyNineDistinctNames) {
-    std::set<std::string_view> names(RELOCATION_VARS.begin(), RELOCATION_VARS.end());
-    EXPECT_EQ(names.size(), 49u);
-    EXPECT_EQ(RELOCATION_VARS.front(), "HF_HOME");
-    EXPECT_EQ(RELOCATION_VARS.back(), "MIX_HOME");
+TEST(Location, RelocationVariablesAreDistinct) {
+    EXPECT_EQ(std::set<std::string_view>(RELOCATION_VARS.begin(), RELOCATION_VARS.end()).size(), RELOCATION_VARS.size());
     EXPECT_TRUE(isRelocationVar("UV_CACHE_DIR"));
     EXPECT_FALSE(isRelocationVar("HOME"));
-}
-
-TEST(Location, UvBaseFollowsTheXdgLayout) {
-    Rule rule{.owner = "uv", .base = Base::uv, .sub = "wheels-v5"};
-    EXPECT_EQ(resolveRawPath(rule, lookupIn({}), "/h").path, "/h/.cache/uv/wheels-v5");
-    EXPECT_EQ(resolveRawPath(rule, lookupIn({{"UV_CACHE_DIR", "/u"}}), "/h"), (RawPath{"/u/wheels-v5", "UV_CACHE_DIR"}));
-    EXPECT_EQ(resolveRawPath(rule, lookupIn({{"XDG_CACHE_HOME", "/c"}}), "/h").path, "/c/uv/wheels-v5");
 }
 
 }  // namespace

@@ -5,14 +5,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <ctime>
 #include <filesystem>
-#include <string>
-#include <vector>
-
 #include <nlohmann/json.hpp>
 
 #include "quillet/quarantine/ledger.hpp"
+#include "quillet/platform/time_stamps.hpp"
 #include "quillet/quarantine/quarantine_store.hpp"
 #include "tests/support/run_kelvor.hpp"
 #include "tests/support/temp_home.hpp"
@@ -22,7 +19,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::readFile;
-using testing::runKelvorBinary;
 using testing::TempHome;
 using testing::writeFile;
 
@@ -30,33 +26,20 @@ testing::RunOutput forget(const std::vector<std::string>& extra = {}) { return t
 
 bool contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
-std::string isoNow() {
-    std::time_t now = std::time(nullptr);
-    char text[32];
-    std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", std::gmtime(&now));
-    return text;
-}
-
-// One held item in the quarantine ledger, its copy in the quarantine folder.
-void quarantineOneItem(const TempHome& home) {
-    QuarantineEntry entry;
-    entry.originalPath = home / "project/build";
-    entry.quarantinePath = QUARANTINE_DIR() + "/build";
-    entry.owner = "Tool";
-    entry.component = "build output";
-    entry.bytes = 5;
-    entry.when = isoNow();
-    writeFile(entry.quarantinePath + "/a.o", "bytes");
-    writeFile(LEDGER_PATH(), ledgerLine(entry) + "\n");
-}
-
 TEST(Forget, OnlyTheExclusionListAndTheQuarantineLeaveNothingToClear) {
     TempHome home;
     fs::create_directories(home / "Models");
     writeFile(home / ".kelvor/excluded.json", nlohmann::json::array({home / "Models"}).dump());
-    quarantineOneItem(home);
+    QuarantineEntry held;
+    held.originalPath = home / "project/build";
+    held.quarantinePath = QUARANTINE_DIR() + "/build";
+    held.owner = "Tool";
+    held.component = "build output";
+    held.bytes = 5;
+    held.when = isoStamp(WallClock::now());
+    writeFile(held.quarantinePath + "/a.o", "bytes");
+    writeFile(LEDGER_PATH(), ledgerLine(held) + "\n");
     const std::string ledgerBefore = readFile(LEDGER_PATH());
-
     for (const std::vector<std::string>& extra : {std::vector<std::string>{}, std::vector<std::string>{"--apply"}}) {
         auto run = forget(extra);
         EXPECT_EQ(run.status, 0) << run.err;
@@ -76,14 +59,12 @@ TEST(Forget, OnlyAFinishedUndoRecordIsOffered) {
     TempHome home;
     writeFile(home / ".kelvor/undo/20261101-100000-aaaa.done.json", "[]");
     writeFile(home / ".kelvor/undo/20261102-100000-bbbb.json", "[]");
-
     auto listed = forget();
     EXPECT_EQ(listed.status, 0) << listed.err;
     EXPECT_TRUE(contains(listed.out, "  1 finished undo record(s)  (")) << listed.out;
     EXPECT_TRUE(contains(listed.out, "    1 unfinished undo record(s) — still needed to undo those cleans\n")) << listed.out;
     EXPECT_TRUE(contains(listed.out, " would be cleared. Add --apply to do it.\n")) << listed.out;
     EXPECT_TRUE(fs::exists(home / ".kelvor/undo/20261101-100000-aaaa.done.json"));
-
     auto applied = forget({"--apply"});
     EXPECT_EQ(applied.status, 0) << applied.err;
     EXPECT_TRUE(contains(applied.out, "  cleared ")) << applied.out;
@@ -98,11 +79,8 @@ TEST(Forget, ApplyDeletesExactlyWhatWasListed) {
                                               "apps.json",     "digests.json", "gone-seen.json"};
     for (const std::string& name : records) writeFile(data + "/" + name, "record");
     // The person's and the program's other files sit beside them and must survive.
-    writeFile(data + "/defaults.json", "{}");
-    writeFile(data + "/archives/photos.tar.zst", "archive");
-    writeFile(data + "/moved-marks.jsonl", "{}\n");
-    writeFile(data + "/notes.txt", "mine");
-
+    const std::vector<std::string> others = {"defaults.json", "archives/photos.tar.zst", "moved-marks.jsonl", "notes.txt"};
+    for (const std::string& name : others) writeFile(data + "/" + name, "{}\n");
     Forgettable found = forgettable();
     std::vector<std::string> listed;
     for (const ForgettableItem& item : found.items) listed.insert(listed.end(), item.files.begin(), item.files.end());
@@ -110,14 +88,10 @@ TEST(Forget, ApplyDeletesExactlyWhatWasListed) {
         EXPECT_NE(std::find(listed.begin(), listed.end(), data + "/" + name), listed.end()) << name;
     ASSERT_EQ(found.keeping.size(), 1u);
     EXPECT_EQ(found.keeping[0].why, "your data, compressed — nothing else holds it");
-
     auto applied = forget({"--apply"});
     EXPECT_EQ(applied.status, 0) << applied.err;
     for (const std::string& name : records) EXPECT_FALSE(fs::exists(data + "/" + name)) << name;
-    EXPECT_EQ(readFile(data + "/defaults.json"), "{}");
-    EXPECT_EQ(readFile(data + "/archives/photos.tar.zst"), "archive");
-    EXPECT_EQ(readFile(data + "/moved-marks.jsonl"), "{}\n");
-    EXPECT_EQ(readFile(data + "/notes.txt"), "mine");
+    for (const std::string& name : others) EXPECT_EQ(readFile(data + "/" + name), "{}\n") << name;
     EXPECT_TRUE(contains(forget().out, "  Nothing to clear.\n"));
 }
 
@@ -126,7 +100,6 @@ TEST(Forget, ALinkUnderARecordNameIsNeitherOfferedNorFollowed) {
     writeFile(home / "precious.txt", "keep me");
     fs::create_directories(home / ".kelvor");
     ASSERT_EQ(::symlink((home / "precious.txt").c_str(), (home / ".kelvor/digests.json").c_str()), 0);
-
     EXPECT_TRUE(forgettable().items.empty());
     EXPECT_EQ(forget({"--apply"}).status, 0);
     EXPECT_EQ(readFile(home / "precious.txt"), "keep me");
@@ -136,12 +109,10 @@ TEST(Forget, AFileReplacedByAFolderBeforeClearingIsReportedAndTheRestCleared) {
     TempHome home;
     writeFile(home / ".kelvor/index.json", "index");
     writeFile(home / ".kelvor/apps.json", "apps");
-
     Forgettable found = forgettable();
     ASSERT_EQ(found.items.size(), 2u);
     fs::remove(home / ".kelvor/index.json");
     writeFile(home / ".kelvor/index.json/inside", "not ours");
-
     ForgetOutcome outcome = clearForgetItems(found.items);
     ASSERT_EQ(outcome.failed.size(), 1u);
     EXPECT_EQ(outcome.failed[0].path, home / ".kelvor/index.json");

@@ -2,23 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/space/unclaimed_fixture.hpp"
 #include "tests/support/disk_usage.hpp"
-#include "tests/support/temp_home.hpp"
 
 namespace kelvor {
 namespace {
 
-using testing::allocatedBytesBelow;
-using testing::TempHome;
-
-constexpr std::uint64_t KB = 1000;
-
-void fill(const std::string& path, std::uint64_t bytes) { testing::writeFile(path, std::string(bytes, 'd')); }
-
-ResolvedRule storeRule(const std::string& path) {
-    Rule rule{.owner = "Tool", .component = "캐시", .sub = "", .tier = Tier::regenerate, .verified = true};
-    return {rule, path, std::nullopt, std::nullopt};
-}
+using namespace kelvor::testing;
 
 std::string describe(const std::vector<DrillRow>& rows) {
     std::string out;
@@ -29,54 +19,45 @@ std::string describe(const std::vector<DrillRow>& rows) {
 class DrillUnclaimed : public ::testing::Test {
 protected:
     void SetUp() override {
-        fill(home / "proj/cache/blob.bin", 900 * KB);           // claimed by a rule
-        fill(home / "proj/junk/renders/frame.bin", 600 * KB);   // where the remainder sits
+        fill(home / "proj/cache/blob.bin", 900 * KB);          // claimed by a rule
+        fill(home / "proj/junk/renders/frame.bin", 600 * KB);  // where the remainder sits
         fill(home / "proj/junk/notes.bin", 30 * KB);
-        fill(home / "proj/src/main.bin", 20 * KB);              // under the floor
-        fill(home / "proj/mixed/cache2/blob.bin", 500 * KB);    // claimed, deep
+        fill(home / "proj/src/main.bin", 20 * KB);            // under the floor
+        fill(home / "proj/mixed/cache2/blob.bin", 500 * KB);  // claimed, deep
         fill(home / "proj/mixed/loose.bin", 250 * KB);
-        SurveyPlace place{home.path(), surveySkip(home.path()), SURVEY_TREE_LIMIT};
-        survey = surveyUnclaimedIn(place, {storeRule(home / "proj/cache"), storeRule(home / "proj/mixed/cache2")}, 2, 1);
+        survey = surveyUnclaimedIn(placeOf(home), {storeRule(home / "proj/cache"), storeRule(home / "proj/mixed/cache2")}, 2, 1);
         ASSERT_EQ(survey.rows.size(), 1u);
     }
+    std::vector<DrillRow> drill(int depth) { return drillUnclaimed(survey.rows[0], survey.hits, 100 * KB, survey.folders, depth); }
 
     TempHome home;
     UnclaimedSurvey survey;
 };
 
-TEST_F(DrillUnclaimed, NamesTheSubFoldersThatHoldTheRemainderLargestFirst) {
-    std::vector<DrillRow> rows = drillUnclaimed(survey.rows[0], survey.hits, 100 * KB, survey.folders, DRILL_DEPTH);
-    EXPECT_EQ(describe(rows), "1 " + home / "proj/junk" + "\n" + "2 " + home / "proj/junk/renders" + "\n" + "1 " +
-                                  home / "proj/mixed" + "\n")
+TEST_F(DrillUnclaimed, NamesTheSubFoldersThatHoldTheRemainderLargestFirstDownToItsDepth) {
+    std::vector<DrillRow> rows = drill(DRILL_DEPTH);
+    EXPECT_EQ(describe(rows), "1 " + home / "proj/junk" + "\n2 " + home / "proj/junk/renders" + "\n1 " + home / "proj/mixed" + "\n")
         << "claimed folders and folders under the floor are not named";
-    ASSERT_FALSE(rows.empty());
+    ASSERT_EQ(rows.size(), 3u);
     EXPECT_EQ(rows[0].unclaimed, allocatedBytesBelow(home / "proj/junk"));
-    EXPECT_EQ(rows[2].unclaimed, testing::allocatedBytes(home / "proj/mixed/loose.bin"))
-        << "a partly claimed folder is named for what is left in it";
-}
-
-TEST_F(DrillUnclaimed, StopsAtTheDepthItIsGiven) {
-    std::vector<DrillRow> rows = drillUnclaimed(survey.rows[0], survey.hits, 100 * KB, survey.folders, 1);
-    EXPECT_EQ(describe(rows), "1 " + home / "proj/junk" + "\n" + "1 " + home / "proj/mixed" + "\n");
-    EXPECT_TRUE(drillUnclaimed(survey.rows[0], survey.hits, 100 * KB, survey.folders, 0).empty());
+    EXPECT_EQ(rows[2].unclaimed, allocatedBytes(home / "proj/mixed/loose.bin")) << "a partly claimed folder, for what is left";
+    EXPECT_EQ(describe(drill(1)), "1 " + home / "proj/junk" + "\n1 " + home / "proj/mixed" + "\n");
+    EXPECT_TRUE(drill(0).empty());
+    UnclaimedEntry unmeasured{home / "nowhere", 10 * KB * KB, 0, {}, false};
+    EXPECT_TRUE(drillUnclaimed(unmeasured, survey.hits, 1, survey.folders, DRILL_DEPTH).empty())
+        << "a folder the survey did not measure has nothing to name";
 }
 
 TEST(DrillUnclaimedWidth, NamesOnlyTheLargestSubFoldersOfAFolder) {
     TempHome home;
     const size_t folders = DRILL_WIDTH + 2;
     for (size_t i = 0; i < folders; ++i) fill(home / ("wide/f" + std::to_string(i) + "/x.bin"), (i + 1) * 50 * KB);
-    SurveyPlace place{home.path(), surveySkip(home.path()), SURVEY_TREE_LIMIT};
-    UnclaimedSurvey survey = surveyUnclaimedIn(place, {}, 2, 1);
+    UnclaimedSurvey survey = surveyUnclaimedIn(placeOf(home), {}, 2, 1);
     ASSERT_EQ(survey.rows.size(), 1u);
     std::vector<DrillRow> rows = drillUnclaimed(survey.rows[0], survey.hits, 1, survey.folders, 1);
     ASSERT_EQ(rows.size(), DRILL_WIDTH);
     EXPECT_EQ(rows.front().path, home / ("wide/f" + std::to_string(folders - 1)));
     EXPECT_EQ(rows.back().path, home / ("wide/f" + std::to_string(folders - DRILL_WIDTH))) << "the smallest are left out";
-}
-
-TEST_F(DrillUnclaimed, AFolderTheSurveyDidNotMeasureHasNothingToName) {
-    UnclaimedEntry elsewhere{home / "nowhere", 10 * KB * KB, 0, {}, false};
-    EXPECT_TRUE(drillUnclaimed(elsewhere, survey.hits, 1, survey.folders, DRILL_DEPTH).empty());
 }
 
 }  // namespace

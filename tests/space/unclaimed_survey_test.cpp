@@ -1,31 +1,18 @@
 #include "quillet/space/unclaimed_survey.hpp"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
 
+#include "tests/space/unclaimed_fixture.hpp"
 #include "tests/support/disk_usage.hpp"
-#include "tests/support/temp_home.hpp"
 #include "tests/support/unprivileged.hpp"
 
 namespace kelvor {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::allocatedBytesBelow;
-using testing::TempHome;
-
-constexpr std::uint64_t KB = 1000;
-
-void fill(const std::string& path, std::uint64_t bytes) { testing::writeFile(path, std::string(bytes, 'k')); }
-
-ResolvedRule storeRule(const std::string& owner, const std::string& path) {
-    Rule rule{.owner = owner, .component = "캐시", .sub = "", .tier = Tier::regenerate, .verified = true};
-    return {rule, path, std::nullopt, std::nullopt};
-}
-
-SurveyPlace placeOf(const TempHome& home) { return {home.path(), surveySkip(home.path()), SURVEY_TREE_LIMIT}; }
+using namespace kelvor::testing;
 
 const UnclaimedEntry* rowFor(const UnclaimedSurvey& survey, const std::string& path) {
     for (const UnclaimedEntry& row : survey.rows)
@@ -52,7 +39,7 @@ TEST(SurveyUnclaimed, EveryTreeAndStoreIsMeasuredLikeDuAtEveryDepth) {
     fs::create_hard_link(home / "work/top.bin", home / "work/top-again.bin");
     fs::create_directory_symlink(home / "work", home / "work/z/loop");
 
-    UnclaimedSurvey survey = surveyUnclaimedIn(placeOf(home), {storeRule("Tool", home / "work/a/b/c/store")}, 2, 1);
+    UnclaimedSurvey survey = surveyUnclaimedIn(placeOf(home), {storeRule(home / "work/a/b/c/store")}, 2, 1);
     const UnclaimedEntry* work = rowFor(survey, home / "work");
     ASSERT_NE(work, nullptr);
     EXPECT_EQ(work->total, allocatedBytesBelow(home / "work"));
@@ -75,8 +62,8 @@ TEST(SurveyUnclaimed, ATreeFullyCoveredByRulesNeverAppearsHoweverLarge) {
     fill(home / ".tool/blobs/inner/more.bin", 200 * KB);
     fill(home / "loose/file.bin", 200 * KB);
     // The tree and a store nested in it: the nested one must not be counted twice.
-    std::vector<ResolvedRule> rules = {storeRule("Tool", home / ".tool"), storeRule("Inner", home / ".tool/blobs/inner")};
-    UnclaimedSurvey survey = surveyUnclaimedIn(placeOf(home), rules, 2, 1);
+    UnclaimedSurvey survey =
+        surveyUnclaimedIn(placeOf(home), {storeRule(home / ".tool"), storeRule(home / ".tool/blobs/inner")}, 2, 1);
     EXPECT_EQ(rowFor(survey, home / ".tool"), nullptr);
     EXPECT_NE(rowFor(survey, home / "loose"), nullptr) << "the floor of 1 byte keeps every other tree";
 }
@@ -88,10 +75,9 @@ TEST(SurveyUnclaimed, AMostlyClaimedTreeIsListedWithItsOwnersAndRankedByRemainde
     fill(home / ".big/notes/own.bin", 200 * KB);
     fill(home / ".small/own.bin", 300 * KB);
     fill(home / ".tiny/own.bin", 40 * KB);
-    std::vector<ResolvedRule> rules = {storeRule("Models", home / ".big/cache"), storeRule("Wheels", home / ".big/wheels"),
-                                       storeRule("Absent", home / ".big/not-there")};
+    std::vector<ResolvedRule> rules = {storeRule(home / ".big/cache", "Models"), storeRule(home / ".big/wheels", "Wheels"),
+                                       storeRule(home / ".big/not-there", "Absent")};
     UnclaimedSurvey survey = surveyUnclaimedIn(placeOf(home), rules, 2, 150 * KB);
-
     ASSERT_EQ(survey.rows.size(), 2u) << ".tiny is under the floor";
     EXPECT_EQ(survey.rows[0].path, home / ".small") << "ranked by what is left, not by the total";
     const UnclaimedEntry& big = survey.rows[1];
@@ -107,13 +93,12 @@ TEST(SurveyUnclaimed, ThePersonsFoldersTheTrashAndLinksAreLeftAlone) {
     fill(home / "Library/Caches/x.bin", 500 * KB);
     fill(home / ".kelvor/quarantine/x.bin", 500 * KB);
     fill(home / "Clips/movie.bin", 500 * KB);
-    testing::writeFile(home / ".config/user-dirs.dirs", "XDG_VIDEOS_DIR=\"$HOME/Clips\"\n");
+    writeFile(home / ".config/user-dirs.dirs", "XDG_VIDEOS_DIR=\"$HOME/Clips\"\n");
     fill(home / ".local/share/Trash/files/old.bin", 500 * KB);
     fill(home / ".local/share/app/data.bin", 60 * KB);
     fill(home / "elsewhere/big.bin", 500 * KB);
     fs::create_directory_symlink(home / "elsewhere", home / "shortcut");
-
-    UnclaimedSurvey survey = surveyUnclaimedIn(placeOf(home), {storeRule("Docs", home / "Documents")}, 2, 1);
+    UnclaimedSurvey survey = surveyUnclaimedIn(placeOf(home), {storeRule(home / "Documents")}, 2, 1);
     const Hit* documents = hitAt(survey, home / "Documents");
     ASSERT_NE(documents, nullptr) << "a store the survey skips is still measured on its own";
     EXPECT_EQ(documents->stat.bytes, allocatedBytesBelow(home / "Documents"));
@@ -141,7 +126,7 @@ TEST(SurveyUnclaimed, AnUnlistableRootIsReportedAndAnUnreadableCornerMakesATreeP
     fs::permissions(home / "locked", fs::perms::none);
     fs::permissions(home / "mixed/shut", fs::perms::none);
     const SurveyPlace place = placeOf(home);
-    std::optional<std::string> answer = testing::runUnprivileged([&] {
+    std::optional<std::string> answer = runUnprivileged([&] {
         UnclaimedSurvey survey = surveyUnclaimedIn(place, {}, 2, 1);
         std::string out;
         for (const std::string& root : survey.unreadableRoots) out += "unreadable " + root + "\n";
