@@ -15,13 +15,13 @@ using OwnerMap = std::map<std::string, std::string, std::less<>>;
 // What an owner name stands for.
 enum class OwnerKind { myFiles, app, tool };
 
-// Owner name -> bundle identifier of the owning app (18 entries).
+// Owner name -> bundle identifier of the owning app.
 const OwnerMap& ownerAppIds();
-// Owners that are ordinary apps rather than developer tools (8).
+// Owners that are ordinary apps rather than developer tools.
 const OwnerSet& appOwners();
-// Tool owners that exist only through rules generated at scan time (9).
+// Tool owners that exist only through rules generated at scan time.
 const OwnerSet& dynamicToolOwners();
-// Owners of the person's own files found by evidence (9).
+// Owners of the person's own files found by evidence.
 const OwnerSet& myFileOwners();
 
 inline constexpr LazyTable<OwnerMap, ownerAppIds> OWNER_APP_IDS{};
