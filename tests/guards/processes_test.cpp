@@ -69,7 +69,6 @@ TEST(OpenHomeFiles, KeepsFilesUnderTheHomeFolderOnceSortedAndSkipsUnreadableProc
     EXPECT_EQ(files[1].path, home / "a.log");
     EXPECT_EQ(files[1].pid, 6);
     EXPECT_EQ(files[2].path, home / "b.db");
-
     // A home reached through a link: the kernel shows the real path, a target may use either.
     const std::string real = std::filesystem::canonical(home.path()).string();
     std::filesystem::create_directory_symlink(real, home / "linked");
@@ -79,7 +78,6 @@ TEST(OpenHomeFiles, KeepsFilesUnderTheHomeFolderOnceSortedAndSkipsUnreadableProc
     std::multiset<std::string> paths;
     for (const OpenFile& f : openHomeFiles(procs, table)) paths.insert(f.path);
     EXPECT_EQ(paths, (std::multiset<std::string>{real + "/c.bin", home / "linked/c.bin"}));
-
     home.setEnv("HOME", "/");
     EXPECT_TRUE(openHomeFiles(procs, table).empty()) << "a home of \"/\" would hold every file";
 }

@@ -78,7 +78,6 @@ TEST(RecentWrite, OnlyABooleanFalseTurnsTheCheckOff) {
     }
     testing::writeFile(defaults, R"({"kelvor.recentWriteGuard": false, "kelvor.recentWriteMinutes": 3})");
     EXPECT_FALSE(recentWriteGuardOn());
-
     const std::string top = home / "busy";
     testing::writeFile(top + "/now.txt", "n");
     EXPECT_TRUE(checkGuards("npm", top, {}, std::nullopt, LiveSafe::no, RecentWriteCheck::run).empty());
