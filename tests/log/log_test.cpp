@@ -49,7 +49,6 @@ TEST(Log, NeverWritesThroughALinkOrIntoAnotherPersonsFile) {
     fs::create_directory(folder + "/kelvor.log");
     appendLogLine(folder, "line\n");
     EXPECT_TRUE(fs::is_directory(folder + "/kelvor.log")) << "anything but a regular file is refused";
-
     if (::geteuid() == 0) {
         fs::remove(folder + "/kelvor.log");
         writeFile(folder + "/kelvor.log", "theirs\n");
@@ -66,7 +65,6 @@ TEST(Log, RotatesOnlyPastOneMebibyte) {
     appendLogLine(folder, "next\n");
     EXPECT_FALSE(fs::exists(folder + "/kelvor.log.1")) << "exactly 1 MiB is not rotated";
     EXPECT_EQ(fs::file_size(folder + "/kelvor.log"), 1048581u);
-
     writeFile(folder + "/kelvor.log", std::string(1048577, 'b'));
     writeFile(folder + "/kelvor.log.1", "older generation");
     appendLogLine(folder, "fresh\n");
@@ -106,7 +104,6 @@ TEST(Log, TwoProcessesWritingAtOnceLeaveEveryLineWhole) {
     int status = 0;
     waitpid(child, &status, 0);
     ASSERT_TRUE(WIFEXITED(status));
-
     ASSERT_TRUE(fs::exists(folder + "/kelvor.log.1")) << "the run crossed the limit";
     std::regex whole(R"(\S+  \[proc\] [AB]\d+x{60})");
     size_t written = 0;

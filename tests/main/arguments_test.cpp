@@ -6,7 +6,9 @@
 namespace kelvor {
 namespace {
 
-ParsedArguments parse(std::vector<std::string> args) { return parseArguments(args, SettingDefaults{"/home/ada", 8, false}); }
+ParsedArguments parse(std::vector<std::string> args) {
+    return parseArguments(args, SettingDefaults{"/home/ada", 8, false});
+}
 
 TEST(Arguments, DefaultsDependOnHowTheProgramStarted) {
     Settings s = parse({}).settings;

@@ -37,7 +37,6 @@ TEST(ModeTable, WalkersRunTogetherInTheOrderNamedAndUnknownNamesAreReported) {
     EXPECT_TRUE(out.starts_with("unknown mode nosuch\nunknown mode clean\n")) << out;
     EXPECT_NE(out.find("modes   : bfs, fm\n"), std::string::npos) << out;
     EXPECT_LT(out.find("=== bfs ==="), out.find("=== fm ===")) << out;
-
     settings.modes = {"par"};  // one walker alone is timed by the harness too
     ::testing::internal::CaptureStdout();
     EXPECT_EQ(dispatchModes(settings), 0);

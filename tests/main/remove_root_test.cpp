@@ -66,13 +66,11 @@ TEST(RemoveRoot, TrashRulesJudgeTheRealPath) {
         {"/home/ada/Documents/a", false},
     };
     for (const Case& c : cases) EXPECT_EQ(insideATrash(c.path, rules), c.inside) << c.path;
-
     std::optional<TrashMatch> shared = trashHolding("/mnt/usb/.Trash/1000/files/a/b", rules);
     ASSERT_TRUE(shared);
     EXPECT_EQ(shared->itemsFolder, "/mnt/usb/.Trash/1000/files");
     EXPECT_TRUE(shared->pairedInfo);
     EXPECT_FALSE(trashHolding("/Users/ada/.Trash/a", rules)->pairedInfo) << "the macOS Trash keeps no .trashinfo";
-
     rules.glimsterRoot = "/sandbox";
     EXPECT_TRUE(insideATrash("/sandbox/.Trash/a", rules));
     EXPECT_FALSE(insideATrash("/sandbox/.Trash", rules));
@@ -104,7 +102,6 @@ TEST(RemoveRoot, RootTakesTheTrashesFromThePasswordDatabaseNotTheEnvironment) {
     const passwd* rootEntry = ::getpwuid(0);
     ASSERT_NE(rootEntry, nullptr);
     EXPECT_TRUE(insideATrash(fs::weakly_canonical(rootEntry->pw_dir).string() + "/.local/share/Trash/files/x", rules));
-
     std::string planted = home / "anywhere/Trash/files/x";
     testing::writeFile(planted, "not yours to delete");
     testing::writeFile(home / "sandbox/.Trash/y", "nor this");
@@ -127,7 +124,6 @@ TEST(RemoveRoot, DeletesInsideTheTrashRefusesTheRestAndNeverFollowsLinks) {
     fs::create_directory_symlink(home / "keep", trashFiles + "/link-at-top");
     // A link that makes an outside path look as if it were in the Trash.
     fs::create_directory_symlink(trashFiles, home / "looks-like-trash");
-
     auto run = testing::runKelvorBinary({"--remove-root", trashFiles + "/junk", trashFiles + "/single.txt",
                                          trashFiles + "/link-at-top", home / "keep/precious.txt", home / "looks-like-trash"});
     EXPECT_EQ(run.status, 1);
@@ -154,7 +150,6 @@ TEST(RemoveRoot, StatusIsZeroWhenEverythingWasDeletedAndTheTrashinfoGoesWithIt) 
     EXPECT_FALSE(fs::exists(item));
     EXPECT_FALSE(fs::exists(trash.info + "/old.trashinfo"));
     EXPECT_TRUE(fs::exists(trash.info + "/other.trashinfo"));
-
     auto missing = testing::runKelvorBinary({"--remove-root", trash.files + "/gone"});
     EXPECT_EQ(missing.status, 1) << "a path that is not there cannot be deleted";
 }
@@ -175,7 +170,6 @@ TEST(RemoveRoot, ABindMountInsideAnEntryKeepsItsContentsAndTheEntryItsTrashinfo)
     std::optional<ScopedMount> bound;
     bound.emplace(ScopedMount::bind(elsewhere, entry + "/window"));
     ASSERT_TRUE(bound->mounted());
-
     auto run = testing::runKelvorBinary({"--remove-root", entry});
     EXPECT_EQ(run.status, 1);
     EXPECT_NE(run.err.find("left alone: " + entry + "/window is on another file system"), std::string::npos) << run.err;

@@ -41,7 +41,6 @@ TEST(Dirs, ReadsEveryEntryWithTheFieldsLstatGivesOrOnlyWhatTheEntryKnows) {
     struct stat data {}, sub {};
     ::lstat((folder + "/data.bin").c_str(), &data);
     ::lstat((folder + "/sub").c_str(), &sub);
-
     for (EntryDetail detail : {EntryDetail::everyEntry, EntryDetail::regularFilesOnly}) {
         Listing listing = list(folder, detail);
         EXPECT_TRUE(listing.complete);

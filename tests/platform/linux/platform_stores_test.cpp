@@ -68,7 +68,6 @@ TEST(PlatformStores, ACleanListsALinuxHomesStoresAndProvenBuildFolders) {
     for (const char* tree : {"code", ".config/app", ".local/share/tool"}) ageTree(home / tree);
     fs::last_write_time(home / "code/busy/node_modules/content/blob",
                         fs::file_time_type::clock::now() - std::chrono::minutes(1));
-
     auto run = testing::runKelvorBinary({"--mode", "clean"});
     ASSERT_EQ(run.status, 0) << run.err;
     for (const auto* stores : {&CACHE_STORES, &OTHER_STORES})
@@ -103,7 +102,6 @@ TEST(PlatformStores, XdgCacheHomeMovesExactlyTheStoresWhoseToolsHonourIt) {
     }
     for (const Store& store : OTHER_STORES) fillStore(home / store.path);
     fillStore(home / ".cache/Cypress");  // Cypress ignores XDG_CACHE_HOME
-
     auto run = testing::runKelvorBinary({"--mode", "clean", "--include-unverified"}, {"XDG_CACHE_HOME=" + elsewhere});
     ASSERT_EQ(run.status, 0) << run.err;
     for (const Store& store : CACHE_STORES) {
