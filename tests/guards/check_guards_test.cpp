@@ -224,34 +224,27 @@ bool blockedHard(std::string_view owner, const std::string& target, LiveSafe liv
     });
 }
 
-TEST(CheckGuardsOnThisMachine, AChildHoldingAFileOpenInsideBlocksItHard) {
+TEST(CheckGuardsOnThisMachine, AChildHoldingAFileOpenOrMappedInsideBlocksItHard) {
     testing::TempHome home;
-    const std::string file = home / "store/deep/held.bin";
-    testing::writeFile(file, "x");
-    Child child(spawn({"/bin/sh", "-c", "exec sleep 30 3<\"$0\"", file}));
-    ASSERT_GT(child.pid(), 0);
-    const std::string pid = std::to_string(child.pid());
-    EXPECT_TRUE(blockedHard("npm", home / "store", LiveSafe::no,
-                            "a process has a file open inside (pid " + pid + ": " + file + ")"));
-    EXPECT_FALSE(anyReasonHas(guardsNow("npm", home / "other", LiveSafe::no), "pid " + pid));
-}
-
-TEST(CheckGuardsOnThisMachine, AChildThatMapsAFileInsideBlocksIt) {
-    testing::TempHome home;
-    const std::string file = home / "models/weights.gguf";
-    testing::writeFile(file, std::string(8192, 'w'));
+    const std::string held = home / "store/deep/held.bin", mapped = home / "models/weights.gguf";
+    testing::writeFile(held, "x");
+    testing::writeFile(mapped, std::string(8192, 'w'));
     pid_t pid = ::fork();
     ASSERT_GE(pid, 0);
     if (pid == 0) {
-        // Only async-signal-safe calls here: map, close the descriptor, wait to be killed.
-        int fd = ::open(file.c_str(), O_RDONLY);
+        // Only async-signal-safe calls here: hold one file open, map the other without keeping its
+        // descriptor, wait to be killed.
+        int fd = ::open(mapped.c_str(), O_RDONLY);
         if (fd < 0 || ::mmap(nullptr, 8192, PROT_READ, MAP_SHARED, fd, 0) == MAP_FAILED) ::_exit(1);
         ::close(fd);
+        if (::open(held.c_str(), O_RDONLY) < 0) ::_exit(1);
         for (;;) ::pause();
     }
     Child child(pid);
-    EXPECT_TRUE(blockedHard("Ollama", home / "models", LiveSafe::yes,
-                            "a process has a file open inside (pid " + std::to_string(pid) + ": " + file + ")"));
+    const std::string inside = "a process has a file open inside (pid " + std::to_string(pid) + ": ";
+    EXPECT_TRUE(blockedHard("npm", home / "store", LiveSafe::no, inside + held + ")"));
+    EXPECT_TRUE(blockedHard("Ollama", home / "models", LiveSafe::yes, inside + mapped + ")"));
+    EXPECT_FALSE(anyReasonHas(guardsNow("npm", home / "other", LiveSafe::no), "pid " + std::to_string(pid)));
 }
 
 TEST(CheckGuardsOnThisMachine, ARunningExecutableInsideBlocksHardEvenOnceDeleted) {

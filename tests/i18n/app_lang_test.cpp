@@ -47,6 +47,9 @@ TEST(AppLang, ResolutionOrder) {
     EXPECT_EQ(resolveAppLang(std::nullopt), AppLang::ptBR);
     testing::writeFile(home / ".kelvor/defaults.json", "not json");
     EXPECT_EQ(resolveAppLang(std::nullopt), AppLang::de) << "an unreadable preference is no preference";
+    home.setEnv("LANGUAGE", "xx:pl_PL");
+    EXPECT_EQ(resolveAppLang(std::nullopt), AppLang::pl) << "an unknown language is passed over";
+    home.setEnv("LANGUAGE", "");
     home.setEnv("LANG", "C");
     EXPECT_EQ(resolveAppLang(std::nullopt), AppLang::en);
 }
