@@ -10,10 +10,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <filesystem>
-#include <fstream>
 #include <thread>
 
 #include "quillet/platform/home.hpp"
@@ -24,32 +24,97 @@ extern char** environ;
 namespace kelvor {
 namespace {
 
-
 bool anyReasonHas(const std::vector<GuardViolation>& violations, const std::string& text) {
     return std::any_of(violations.begin(), violations.end(),
                        [&](const GuardViolation& v) { return v.reason.find(text) != std::string::npos; });
 }
 
+// Every violation, one line each with the flags it carries.
 std::string reasons(const std::vector<GuardViolation>& violations) {
     std::string all;
-    for (const GuardViolation& v : violations) all += v.reason + (v.hard ? " [hard]\n" : " [soft]\n");
+    for (const GuardViolation& v : violations)
+        all += v.reason + (v.hard ? " [hard]" : "") + (v.quitFrees ? " [quit frees]" : "") +
+               (v.simulator ? " [simulator]" : "") + "\n";
     return all;
+}
+
+// The guards on a presented process table, without open files or the recent-write check.
+std::vector<GuardViolation> check(std::string_view owner, const std::string& target, const std::vector<Proc>& procs,
+                                  LiveSafe liveSafe = LiveSafe::no) {
+    return checkGuards(owner, target, procs, std::nullopt, liveSafe, RecentWriteCheck::skip);
 }
 
 // --- checks on a presented process table ---------------------------------------------------------
 
-TEST(CheckGuards, ARunningExecutableInsideTheTargetIsHardAndItsNeighbourIsNot) {
-    const std::vector<Proc> procs = {{.pid = 41, .ppid = 1, .path = "/home/a/tools/bin/server", .args = "server"}};
-    std::vector<GuardViolation> inside =
-        checkGuards("npm", "/home/a/tools", procs, std::nullopt, LiveSafe::no, RecentWriteCheck::skip);
-    ASSERT_EQ(inside.size(), 1u) << reasons(inside);
-    EXPECT_TRUE(inside[0].hard);
-    EXPECT_EQ(inside[0].reason, "a running process's binary lives inside this path (pid 41: /home/a/tools/bin/server)");
-    EXPECT_TRUE(checkGuards("npm", "/home/a/tool", procs, std::nullopt, LiveSafe::no, RecentWriteCheck::skip).empty())
-        << "a folder whose name is a prefix of the target's is another folder";
-    EXPECT_FALSE(
-        checkGuards("npm", "/home/a/tools/", procs, std::nullopt, LiveSafe::no, RecentWriteCheck::skip).empty())
-        << "a trailing slash names the same folder";
+TEST(CheckGuards, EachRunningProcessGivesItsOneReason) {
+    const std::vector<Proc> server = {{.pid = 41, .ppid = 1, .path = "/home/a/tools/bin/server", .args = "server"}};
+    const std::vector<Proc> chrome = {
+        {.pid = 100, .ppid = 1, .path = "/opt/google/chrome/chrome", .args = "/opt/google/chrome/chrome"},
+        {.pid = 101, .ppid = 100, .path = "/opt/google/chrome/chrome", .args = "chrome --type=renderer"},
+        {.pid = 102, .ppid = 100, .path = "/opt/google/chrome/chrome", .args = "chrome --type=gpu-process"},
+    };
+    const std::string helper =
+        "/Applications/Google Chrome.app/Contents/Frameworks/Google Chrome Framework.framework/Helpers/"
+        "Google Chrome Helper.app/Contents/MacOS/Google Chrome Helper";
+    const Proc macHelper{.pid = 70, .ppid = 1, .path = helper, .args = "helper"};
+    const Proc macChrome{.pid = 71, .ppid = 1, .path = "/Applications/Google Chrome.app/Contents/MacOS/Google Chrome",
+                         .args = "chrome"};
+    const std::string xcodebuild = "/Applications/Xcode.app/Contents/Developer/usr/bin/xcodebuild";
+    const std::string derived = "/Users/a/Library/Developer/Xcode/DerivedData";
+    const std::string simulator =
+        "/Library/Developer/PrivateFrameworks/CoreSimulator.framework/Versions/A/XPCServices/sim";
+    const std::string binaryInside =
+        "a running process's binary lives inside this path (pid 41: /home/a/tools/bin/server) [hard]\n";
+    const std::string chromeRuns = "the owning app is running (Google Chrome) — quit it first [quit frees]\n";
+    struct Case {
+        const char* what;
+        std::string_view owner;
+        std::string target;
+        std::vector<Proc> procs;
+        std::string expected;
+        LiveSafe liveSafe = LiveSafe::no;
+    };
+    const Case cases[] = {
+        {"an executable inside", "npm", "/home/a/tools", server, binaryInside},
+        {"a folder whose name is a prefix of the target's", "npm", "/home/a/tool", server, ""},
+        {"a trailing slash names the same folder", "npm", "/home/a/tools/", server, binaryInside},
+        {"the owner's app, once for all its processes", "Google Chrome", "/home/a/.cache/google-chrome", chrome,
+         chromeRuns},
+        {"a store that may go while its app runs", "Google Chrome", "/home/a/.cache/google-chrome", chrome, "",
+         LiveSafe::yes},
+        {"another owner's app", "VS Code", "/home/a/.config/Code/Cache", chrome, ""},
+        {"a helper in the app's bundle", "Google Chrome", "/Users/a/Library/Caches/Google/Chrome", {macHelper},
+         "a helper inside Google Chrome's own bundle is running (pid 70: " + helper +
+             ") — quitting Google Chrome frees this [quit frees]\n"},
+        {"the helper with its app: the app is the reason", "Google Chrome", "/Users/a/Library/Caches/Google/Chrome",
+         {macHelper, macChrome}, chromeRuns},
+        {"xcodebuild answering a question", "Xcode", derived,
+         {{.pid = 9, .ppid = 1, .path = xcodebuild, .args = "xcodebuild -version"}}, ""},
+        {"xcodebuild building", "Xcode", derived,
+         {{.pid = 9, .ppid = 1, .path = xcodebuild, .args = "xcodebuild -scheme App build"}},
+         "the owning app is running (Xcode) — quit it first [quit frees]\n"},
+        {"an owner's tool, run by library name or as a script; not an editor opening a file", "HuggingFace",
+         "/home/a/.cache/huggingface",
+         {{.pid = 20, .ppid = 1, .path = "/usr/bin/python3.11", .args = "python3 -m huggingface_hub download x"},
+          {.pid = 30, .ppid = 1, .path = "/home/a/.local/bin/hf", .args = "/usr/bin/python3 /home/a/.local/bin/hf download m"},
+          {.pid = 40, .ppid = 1, .path = "/usr/bin/vim", .args = "vim datasets"}},
+         "HuggingFace is running (pid 20: huggingface_hub) — a download or build may be in flight\n"
+         "HuggingFace is running (pid 30: /home/a/.local/bin/hf) — a download or build may be in flight\n"},
+        {"a tool and its helper", "Gradle", "/home/a/.gradle/caches",
+         {{.pid = 50, .ppid = 1, .path = "/tmp/x/gradle", .args = "gradle build"},
+          {.pid = 51, .ppid = 50, .path = "/tmp/x/gradle", .args = "gradle worker"}},
+         "Gradle is running (pid 50: /tmp/x/gradle) — a download or build may be in flight\n"
+         "a helper of Gradle is running (pid 51: /tmp/x/gradle) — it may be writing here\n"},
+        {"control characters in a process path are escaped", "npm", "/home/a/t",
+         {{.pid = 3, .ppid = 1, .path = "/home/a/t/evil\n\x1b[2J", .args = "evil"}},
+         "a running process's binary lives inside this path (pid 3: /home/a/t/evil\\n\\x1b[2J) [hard]\n"},
+        {"a booted simulator is not freed by quitting", "Xcode", "/Users/a/Library/Developer/CoreSimulator/Devices",
+         {{.pid = 60, .ppid = 1, .path = simulator, .args = "sim"}},
+         "a booted Simulator holds this (pid 60: " + simulator +
+             ") — quitting Xcode does not stop it; use Simulator › Device › Shutdown All [simulator]\n"},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(reasons(check(c.owner, c.target, c.procs, c.liveSafe)), c.expected) << c.what;
 }
 
 TEST(CheckGuards, FilesOpenInsideAreHardForAnonymousProcessesAndSoftForApps) {
@@ -66,121 +131,17 @@ TEST(CheckGuards, FilesOpenInsideAreHardForAnonymousProcessesAndSoftForApps) {
     };
     std::vector<GuardViolation> found =
         checkGuards("Cargo", "/home/a/.cache/store", procs, open, LiveSafe::no, RecentWriteCheck::skip);
-    ASSERT_EQ(found.size(), 2u) << "one reason per process: " << reasons(found);
-    auto anonymous = std::find_if(found.begin(), found.end(), [](const GuardViolation& v) { return v.hard; });
-    ASSERT_NE(anonymous, found.end());
-    EXPECT_EQ(anonymous->reason, "a process has a file open inside (pid 7: /home/a/.cache/store/a.bin)");
-    auto app = std::find_if(found.begin(), found.end(), [](const GuardViolation& v) { return !v.hard; });
-    ASSERT_NE(app, found.end());
-    EXPECT_TRUE(app->quitFrees);
-    EXPECT_EQ(app->reason, "VS Code has a file open inside (pid 8: /home/a/.cache/store/b.db) — quitting it frees this");
-
+    std::string described = reasons(found);
+    EXPECT_EQ(found.size(), 2u) << "one reason per process: " << described;
+    EXPECT_NE(described.find("a process has a file open inside (pid 7: /home/a/.cache/store/a.bin) [hard]\n"),
+              std::string::npos) << described;
+    EXPECT_NE(described.find("VS Code has a file open inside (pid 8: /home/a/.cache/store/b.db) — quitting it frees "
+                             "this [quit frees]\n"),
+              std::string::npos) << described;
     const OpenFileIndex index(open);
-    std::vector<GuardViolation> indexed =
-        checkGuards("Cargo", "/home/a/.cache/store", procs, &index, LiveSafe::no, RecentWriteCheck::skip);
-    EXPECT_EQ(reasons(indexed), reasons(found)) << "an index gives the same answer";
-
-    EXPECT_TRUE(checkGuards("Cargo", "/home/a/.cache/store", procs, std::nullopt, LiveSafe::no, RecentWriteCheck::skip)
-                    .empty())
-        << "without open files gathered, that check is not run";
-}
-
-TEST(CheckGuards, TheOwnersAppRunningIsOneSoftReasonThatLiveSafeRulesIgnore) {
-    const std::vector<Proc> procs = {
-        {.pid = 100, .ppid = 1, .path = "/opt/google/chrome/chrome", .args = "/opt/google/chrome/chrome"},
-        {.pid = 101, .ppid = 100, .path = "/opt/google/chrome/chrome", .args = "chrome --type=renderer"},
-        {.pid = 102, .ppid = 100, .path = "/opt/google/chrome/chrome", .args = "chrome --type=gpu-process"},
-    };
-    std::vector<GuardViolation> found =
-        checkGuards("Google Chrome", "/home/a/.cache/google-chrome", procs, std::nullopt, LiveSafe::no,
-                    RecentWriteCheck::skip);
-    ASSERT_EQ(found.size(), 1u) << reasons(found);
-    EXPECT_EQ(found[0].reason, "the owning app is running (Google Chrome) — quit it first");
-    EXPECT_FALSE(found[0].hard);
-    EXPECT_TRUE(found[0].quitFrees);
-    EXPECT_TRUE(checkGuards("Google Chrome", "/home/a/.cache/google-chrome", procs, std::nullopt, LiveSafe::yes,
-                            RecentWriteCheck::skip)
-                    .empty());
-    EXPECT_TRUE(checkGuards("VS Code", "/home/a/.config/Code/Cache", procs, std::nullopt, LiveSafe::no,
-                            RecentWriteCheck::skip)
-                    .empty())
-        << "another owner's app is no reason";
-}
-
-TEST(CheckGuards, AHelperInsideTheAppsBundleIsNamedAsSuchWhenTheAppItselfIsNotListed) {
-    const std::string helper =
-        "/Applications/Google Chrome.app/Contents/Frameworks/Google Chrome Framework.framework/Helpers/"
-        "Google Chrome Helper.app/Contents/MacOS/Google Chrome Helper";
-    std::vector<Proc> procs = {{.pid = 70, .ppid = 1, .path = helper, .args = "helper"}};
-    std::vector<GuardViolation> found = checkGuards("Google Chrome", "/Users/a/Library/Caches/Google/Chrome", procs,
-                                                    std::nullopt, LiveSafe::no, RecentWriteCheck::skip);
-    ASSERT_EQ(found.size(), 1u) << reasons(found);
-    EXPECT_EQ(found[0].reason, "a helper inside Google Chrome's own bundle is running (pid 70: " + helper +
-                                   ") — quitting Google Chrome frees this");
-    EXPECT_TRUE(found[0].quitFrees);
-
-    procs.push_back({.pid = 71, .ppid = 1, .path = "/Applications/Google Chrome.app/Contents/MacOS/Google Chrome",
-                     .args = "chrome"});
-    found = checkGuards("Google Chrome", "/Users/a/Library/Caches/Google/Chrome", procs, std::nullopt, LiveSafe::no,
-                        RecentWriteCheck::skip);
-    ASSERT_EQ(found.size(), 1u) << "the app running is the one reason: " << reasons(found);
-    EXPECT_EQ(found[0].reason, "the owning app is running (Google Chrome) — quit it first");
-}
-
-TEST(CheckGuards, AnOwnersToolAndItsHelpersAreSoftReasons) {
-    const std::vector<Proc> procs = {
-        {.pid = 20, .ppid = 1, .path = "/usr/bin/python3.11", .args = "python3 -m huggingface_hub download x"},
-        {.pid = 30, .ppid = 1, .path = "/home/a/.local/bin/hf", .args = "/usr/bin/python3 /home/a/.local/bin/hf download m"},
-        {.pid = 40, .ppid = 1, .path = "/usr/bin/vim", .args = "vim datasets"},
-    };
-    std::vector<GuardViolation> found = checkGuards("HuggingFace", "/home/a/.cache/huggingface", procs, std::nullopt,
-                                                    LiveSafe::no, RecentWriteCheck::skip);
-    EXPECT_EQ(found.size(), 2u) << reasons(found);
-    EXPECT_TRUE(anyReasonHas(found, "HuggingFace is running (pid 20: "));
-    EXPECT_TRUE(anyReasonHas(found, "HuggingFace is running (pid 30: /home/a/.local/bin/hf)"));
-    EXPECT_FALSE(anyReasonHas(found, "pid 40")) << "an editor opening a file named like a library is not it";
-    for (const GuardViolation& v : found) EXPECT_FALSE(v.hard) << v.reason;
-
-    const std::vector<Proc> server = {
-        {.pid = 50, .ppid = 1, .path = "/tmp/x/gradle", .args = "gradle build"},
-        {.pid = 51, .ppid = 50, .path = "/tmp/x/gradle", .args = "gradle worker"},
-    };
-    std::vector<GuardViolation> withHelper =
-        checkGuards("Gradle", "/home/a/.gradle/caches", server, std::nullopt, LiveSafe::no, RecentWriteCheck::skip);
-    EXPECT_TRUE(anyReasonHas(withHelper, "a helper of Gradle is running (pid 51: /tmp/x/gradle)")) << reasons(withHelper);
-}
-
-TEST(CheckGuards, AnXcodebuildThatOnlyAnswersAQuestionDoesNotHoldXcodesStores) {
-    std::vector<Proc> procs = {{.pid = 9, .ppid = 1, .path = "/Applications/Xcode.app/Contents/Developer/usr/bin/xcodebuild",
-                                .args = "xcodebuild -version"}};
-    EXPECT_TRUE(checkGuards("Xcode", "/Users/a/Library/Developer/Xcode/DerivedData", procs, std::nullopt, LiveSafe::no,
-                            RecentWriteCheck::skip)
-                    .empty());
-    procs[0].args = "xcodebuild -scheme App build";
-    EXPECT_FALSE(checkGuards("Xcode", "/Users/a/Library/Developer/Xcode/DerivedData", procs, std::nullopt, LiveSafe::no,
-                             RecentWriteCheck::skip)
-                     .empty());
-}
-
-TEST(CheckGuards, ABootedSimulatorIsMarkedSoThatQuittingTheOwnerIsNotOffered) {
-    const std::vector<Proc> procs = {
-        {.pid = 60, .ppid = 1,
-         .path = "/Library/Developer/PrivateFrameworks/CoreSimulator.framework/Versions/A/XPCServices/sim",
-         .args = "sim"}};
-    std::vector<GuardViolation> found = checkGuards("Xcode", "/Users/a/Library/Developer/CoreSimulator/Devices",
-                                                    procs, std::nullopt, LiveSafe::no, RecentWriteCheck::skip);
-    ASSERT_EQ(found.size(), 1u) << reasons(found);
-    EXPECT_TRUE(found[0].simulator);
-    EXPECT_FALSE(found[0].quitFrees);
-}
-
-TEST(CheckGuards, ControlCharactersInAProcessPathAreEscaped) {
-    const std::vector<Proc> procs = {{.pid = 3, .ppid = 1, .path = "/home/a/t/evil\n\x1b[2J", .args = "evil"}};
-    std::vector<GuardViolation> found =
-        checkGuards("npm", "/home/a/t", procs, std::nullopt, LiveSafe::no, RecentWriteCheck::skip);
-    ASSERT_EQ(found.size(), 1u);
-    EXPECT_EQ(found[0].reason.find('\n'), std::string::npos) << found[0].reason;
-    EXPECT_EQ(found[0].reason.find('\x1b'), std::string::npos) << found[0].reason;
+    EXPECT_EQ(reasons(checkGuards("Cargo", "/home/a/.cache/store", procs, &index, LiveSafe::no, RecentWriteCheck::skip)),
+              described) << "an index gives the same answer";
+    EXPECT_TRUE(check("Cargo", "/home/a/.cache/store", procs).empty()) << "no open files gathered, no check of them";
 }
 
 TEST(CheckGuards, ACommandLinkThatMovedIntoTheTargetSinceTheScanBlocksItHard) {
@@ -194,7 +155,6 @@ TEST(CheckGuards, ACommandLinkThatMovedIntoTheTargetSinceTheScanBlocksItHard) {
     const std::string old = std::filesystem::canonical(home / "versions/20").string();
     const std::string current = std::filesystem::canonical(home / "versions/22").string();
     EXPECT_EQ(commandLinkMovedHere(old, link, atScan), std::nullopt) << "the link has not moved";
-
     std::filesystem::remove(link);
     std::filesystem::create_symlink(home / "versions/22/bin/node", link);
     std::optional<GuardViolation> moved = commandLinkMovedHere(current, link, atScan);
@@ -213,8 +173,7 @@ public:
     explicit Child(pid_t pid) : pid_(pid) {}
     ~Child() {
         if (pid_ <= 0) return;
-        // The whole group: a script's own children would otherwise outlive the test and keep
-        // its output open.
+        // The whole group: a script's own children would otherwise outlive the test.
         ::kill(-pid_, SIGKILL);
         ::kill(pid_, SIGKILL);
         ::waitpid(pid_, nullptr, 0);
@@ -250,11 +209,6 @@ bool eventually(const std::function<bool()>& ready) {
     return false;
 }
 
-bool holds(pid_t pid, const std::string& path) {
-    Result<std::vector<std::string>> open = ProcessTable::real().openFiles(pid);
-    return open && std::find(open->begin(), open->end(), path) != open->end();
-}
-
 std::vector<GuardViolation> guardsNow(std::string_view owner, const std::string& target, LiveSafe liveSafe) {
     std::optional<std::vector<Proc>> procs = runningProcessesChecked();
     if (!procs) return {{.reason = "no process list", .hard = true}};
@@ -262,52 +216,35 @@ std::vector<GuardViolation> guardsNow(std::string_view owner, const std::string&
     return checkGuards(owner, target, *procs, open, liveSafe, RecentWriteCheck::skip);
 }
 
-TEST(CheckGuardsOnThisMachine, AChildHoldingAFileOpenInsideBlocksItHard) {
-    testing::TempHome home;
-    const std::string target = home / "store";
-    const std::string file = target + "/deep/held.bin";
-    testing::writeFile(file, "x");
-    Child child(spawn({"/bin/sh", "-c", "exec sleep 30 3<\"$0\"", file}));
-    ASSERT_GT(child.pid(), 0);
-    ASSERT_TRUE(eventually([&] { return holds(child.pid(), file); }));
-    std::vector<GuardViolation> found = guardsNow("npm", target, LiveSafe::no);
-    const std::string expected =
-        "a process has a file open inside (pid " + std::to_string(child.pid()) + ": " + file + ")";
-    auto hit = std::find_if(found.begin(), found.end(), [&](const GuardViolation& v) { return v.reason == expected; });
-    ASSERT_NE(hit, found.end()) << reasons(found);
-    EXPECT_TRUE(hit->hard);
-    EXPECT_FALSE(anyReasonHas(guardsNow("npm", home / "other", LiveSafe::no), "pid " + std::to_string(child.pid())));
+// Polls the guards on this machine until `reason` is among them, hard.
+bool blockedHard(std::string_view owner, const std::string& target, LiveSafe liveSafe, const std::string& reason) {
+    return eventually([&] {
+        std::vector<GuardViolation> found = guardsNow(owner, target, liveSafe);
+        return std::ranges::any_of(found, [&](const GuardViolation& v) { return v.reason == reason && v.hard; });
+    });
 }
 
-TEST(CheckGuardsOnThisMachine, AChildThatMapsAFileInsideBlocksIt) {
+TEST(CheckGuardsOnThisMachine, AChildHoldingAFileOpenOrMappedInsideBlocksItHard) {
     testing::TempHome home;
-    const std::string target = home / "models";
-    const std::string file = target + "/weights.gguf";
-    testing::writeFile(file, std::string(8192, 'w'));
-    int ready[2];
-    ASSERT_EQ(::pipe(ready), 0);
+    const std::string held = home / "store/deep/held.bin", mapped = home / "models/weights.gguf";
+    testing::writeFile(held, "x");
+    testing::writeFile(mapped, std::string(8192, 'w'));
     pid_t pid = ::fork();
     ASSERT_GE(pid, 0);
     if (pid == 0) {
-        // Only async-signal-safe calls here: map, close the descriptor, say so, wait to be killed.
-        int fd = ::open(file.c_str(), O_RDONLY);
-        void* map = fd < 0 ? MAP_FAILED : ::mmap(nullptr, 8192, PROT_READ, MAP_SHARED, fd, 0);
-        if (fd >= 0) ::close(fd);
-        char done = map == MAP_FAILED ? 'n' : 'y';
-        (void)!::write(ready[1], &done, 1);
+        // Only async-signal-safe calls here: hold one file open, map the other without keeping its
+        // descriptor, wait to be killed.
+        int fd = ::open(mapped.c_str(), O_RDONLY);
+        if (fd < 0 || ::mmap(nullptr, 8192, PROT_READ, MAP_SHARED, fd, 0) == MAP_FAILED) ::_exit(1);
+        ::close(fd);
+        if (::open(held.c_str(), O_RDONLY) < 0) ::_exit(1);
         for (;;) ::pause();
     }
     Child child(pid);
-    ::close(ready[1]);
-    char done = 0;
-    ASSERT_EQ(::read(ready[0], &done, 1), 1);
-    ::close(ready[0]);
-    ASSERT_EQ(done, 'y');
-    std::vector<GuardViolation> found = guardsNow("Ollama", target, LiveSafe::yes);
-    const std::string expected = "a process has a file open inside (pid " + std::to_string(pid) + ": " + file + ")";
-    EXPECT_TRUE(std::any_of(found.begin(), found.end(),
-                            [&](const GuardViolation& v) { return v.reason == expected && v.hard; }))
-        << reasons(found);
+    const std::string inside = "a process has a file open inside (pid " + std::to_string(pid) + ": ";
+    EXPECT_TRUE(blockedHard("npm", home / "store", LiveSafe::no, inside + held + ")"));
+    EXPECT_TRUE(blockedHard("Ollama", home / "models", LiveSafe::yes, inside + mapped + ")"));
+    EXPECT_FALSE(anyReasonHas(guardsNow("npm", home / "other", LiveSafe::no), "pid " + std::to_string(pid)));
 }
 
 TEST(CheckGuardsOnThisMachine, ARunningExecutableInsideBlocksHardEvenOnceDeleted) {
@@ -319,24 +256,11 @@ TEST(CheckGuardsOnThisMachine, ARunningExecutableInsideBlocksHardEvenOnceDeleted
     ::chmod(program.c_str(), 0755);
     Child child(spawn({program, "30"}));
     ASSERT_GT(child.pid(), 0);
-    auto runsProgram = [&] {
-        std::optional<std::vector<Proc>> procs = runningProcessesChecked();
-        return procs && std::any_of(procs->begin(), procs->end(),
-                                    [&](const Proc& p) { return p.pid == child.pid() && p.path == program; });
-    };
-    ASSERT_TRUE(eventually(runsProgram));
     const std::string expected =
         "a running process's binary lives inside this path (pid " + std::to_string(child.pid()) + ": " + program + ")";
-    std::vector<GuardViolation> found = guardsNow("npm", target, LiveSafe::yes);
-    EXPECT_TRUE(std::any_of(found.begin(), found.end(),
-                            [&](const GuardViolation& v) { return v.reason == expected && v.hard; }))
-        << reasons(found);
-
+    EXPECT_TRUE(blockedHard("npm", target, LiveSafe::yes, expected));
     std::filesystem::remove(program);
-    found = guardsNow("npm", target, LiveSafe::yes);
-    EXPECT_TRUE(std::any_of(found.begin(), found.end(),
-                            [&](const GuardViolation& v) { return v.reason == expected && v.hard; }))
-        << "a deleted executable keeps its path: " << reasons(found);
+    EXPECT_TRUE(blockedHard("npm", target, LiveSafe::yes, expected)) << "a deleted executable keeps its path";
 }
 
 TEST(CheckGuardsOnThisMachine, AScriptNamedLikeAnOwnersToolBlocksItsStoresSoftly) {

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <ctime>
 #include <filesystem>
 
 #include "quillet/guards/guards.hpp"
@@ -13,19 +14,10 @@
 namespace kelvor {
 namespace {
 
-std::int64_t nowSeconds() {
-    return std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch())
-        .count();
-}
-
 // Sets a path's modification time (not through a link).
 void setMtime(const std::string& path, std::int64_t seconds) {
     struct timespec times[2] = {{seconds, 0}, {seconds, 0}};
     ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW), 0) << path;
-}
-
-void writeDefaults(const testing::TempHome& home, const std::string& json) {
-    testing::writeFile(home / ".kelvor/defaults.json", json);
 }
 
 TEST(RecentWrite, AnOldFolderHoldingOneFreshFileIsRecent) {
@@ -34,9 +26,9 @@ TEST(RecentWrite, AnOldFolderHoldingOneFreshFileIsRecent) {
     const std::string fresh = top + "/a/b/c/fresh.bin";
     testing::writeFile(top + "/old.bin", "o");
     testing::writeFile(fresh, "f");
-    const std::int64_t dayAgo = nowSeconds() - 86400;
+    const std::int64_t now = ::time(nullptr), dayAgo = now - 86400;
     for (const std::string& p : {top + "/old.bin", top + "/a/b/c", top + "/a/b", top + "/a", top}) setMtime(p, dayAgo);
-    setMtime(fresh, nowSeconds() - 60);
+    setMtime(fresh, now - 60);
     EXPECT_TRUE(treeHasRecentWrite(top, 600));
     EXPECT_FALSE(treeHasRecentWrite(top, 30)) << "a minute ago is outside a 30-second window";
     setMtime(fresh, dayAgo);
@@ -62,6 +54,7 @@ TEST(RecentWrite, TheCutoffIsTheClocksAndALinkIsNotFollowed) {
 
 TEST(RecentWrite, TheWindowComesFromTheMinutesSetting) {
     testing::TempHome home;
+    const std::string defaults = home / ".kelvor/defaults.json";
     EXPECT_EQ(recentWriteWindow(), 600) << "no setting";
     struct Case {
         std::string stored;
@@ -70,25 +63,25 @@ TEST(RecentWrite, TheWindowComesFromTheMinutesSetting) {
     const Case cases[] = {{"0", 600}, {"1", 60}, {"2", 120}, {"120", 7200}, {"500", 7200},
                           {"-5", 600}, {"\"30\"", 600}, {"2.5", 600}, {"18446744073709551615", 7200}};
     for (const Case& c : cases) {
-        writeDefaults(home, "{\"kelvor.recentWriteMinutes\": " + c.stored + "}");
+        testing::writeFile(defaults, "{\"kelvor.recentWriteMinutes\": " + c.stored + "}");
         EXPECT_EQ(recentWriteWindow(), c.seconds) << c.stored;
     }
 }
 
 TEST(RecentWrite, OnlyABooleanFalseTurnsTheCheckOff) {
     testing::TempHome home;
+    const std::string defaults = home / ".kelvor/defaults.json";
     EXPECT_TRUE(recentWriteGuardOn());
     for (std::string stored : {"true", "\"false\"", "0", "null"}) {
-        writeDefaults(home, "{\"kelvor.recentWriteGuard\": " + stored + "}");
+        testing::writeFile(defaults, "{\"kelvor.recentWriteGuard\": " + stored + "}");
         EXPECT_TRUE(recentWriteGuardOn()) << stored;
     }
-    writeDefaults(home, "{\"kelvor.recentWriteGuard\": false, \"kelvor.recentWriteMinutes\": 3}");
+    testing::writeFile(defaults, R"({"kelvor.recentWriteGuard": false, "kelvor.recentWriteMinutes": 3})");
     EXPECT_FALSE(recentWriteGuardOn());
-
     const std::string top = home / "busy";
     testing::writeFile(top + "/now.txt", "n");
     EXPECT_TRUE(checkGuards("npm", top, {}, std::nullopt, LiveSafe::no, RecentWriteCheck::run).empty());
-    writeDefaults(home, "{\"kelvor.recentWriteMinutes\": 3}");
+    testing::writeFile(defaults, R"({"kelvor.recentWriteMinutes": 3})");
     std::vector<GuardViolation> found = checkGuards("npm", top, {}, std::nullopt, LiveSafe::no, RecentWriteCheck::run);
     ASSERT_EQ(found.size(), 1u);
     EXPECT_EQ(found[0].reason,

@@ -23,9 +23,7 @@ TEST(AppLang, ParseFollowsPrefixesAndChineseScripts) {
         {"es-419", AppLang::es},
     };
     for (const Case& c : cases) EXPECT_EQ(parseAppLang(c.code), c.lang) << c.code;
-}
-
-TEST(AppLang, CodesAreThePublishedOnes) {
+    // The codes a saved preference holds read back as their language.
     EXPECT_EQ(langCode(AppLang::zhHans), "zh-Hans");
     EXPECT_EQ(langCode(AppLang::ptBR), "pt-BR");
     for (AppLang lang : ALL_APP_LANGS) {
@@ -37,9 +35,6 @@ TEST(AppLang, CodesAreThePublishedOnes) {
 
 TEST(AppLang, ResolutionOrder) {
     testing::TempHome home;
-    home.setEnv("LANGUAGE", "");
-    home.setEnv("LC_ALL", "");
-    home.setEnv("LC_MESSAGES", "");
     home.setEnv("LANG", "de_DE.UTF-8");
     EXPECT_EQ(resolveAppLang(std::nullopt), AppLang::de);
     EXPECT_EQ(resolveAppLang(std::string("ja")), AppLang::ja);
@@ -52,6 +47,9 @@ TEST(AppLang, ResolutionOrder) {
     EXPECT_EQ(resolveAppLang(std::nullopt), AppLang::ptBR);
     testing::writeFile(home / ".kelvor/defaults.json", "not json");
     EXPECT_EQ(resolveAppLang(std::nullopt), AppLang::de) << "an unreadable preference is no preference";
+    home.setEnv("LANGUAGE", "xx:pl_PL");
+    EXPECT_EQ(resolveAppLang(std::nullopt), AppLang::pl) << "an unknown language is passed over";
+    home.setEnv("LANGUAGE", "");
     home.setEnv("LANG", "C");
     EXPECT_EQ(resolveAppLang(std::nullopt), AppLang::en);
 }

@@ -13,9 +13,8 @@ bool has(const std::vector<I18nProblem>& problems, I18nProblemKind kind, const s
 }
 
 TEST(I18nCheck, ProgramTablesAreComplete) {
-    auto problems = i18nProblems(registeredSentences(), programTables());
-    for (const auto& problem : problems) ADD_FAILURE() << problem.where << ": " << problem.english;
-    EXPECT_EQ(programTables().size(), 9u);
+    for (const auto& problem : i18nProblems(registeredSentences(), programTables()))
+        ADD_FAILURE() << problem.where << ": " << problem.english;
 }
 
 TEST(I18nCheck, ReportsMissingWrongAndUnknownRows) {

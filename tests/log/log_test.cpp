@@ -45,12 +45,10 @@ TEST(Log, NeverWritesThroughALinkOrIntoAnotherPersonsFile) {
     appendLogLine(folder, "line\n");
     EXPECT_EQ(readFile(home / "existing"), "untouched");
     EXPECT_TRUE(fs::is_symlink(folder + "/kelvor.log"));
-
     fs::remove(folder + "/kelvor.log");
     fs::create_directory(folder + "/kelvor.log");
     appendLogLine(folder, "line\n");
     EXPECT_TRUE(fs::is_directory(folder + "/kelvor.log")) << "anything but a regular file is refused";
-
     if (::geteuid() == 0) {
         fs::remove(folder + "/kelvor.log");
         writeFile(folder + "/kelvor.log", "theirs\n");
@@ -67,7 +65,6 @@ TEST(Log, RotatesOnlyPastOneMebibyte) {
     appendLogLine(folder, "next\n");
     EXPECT_FALSE(fs::exists(folder + "/kelvor.log.1")) << "exactly 1 MiB is not rotated";
     EXPECT_EQ(fs::file_size(folder + "/kelvor.log"), 1048581u);
-
     writeFile(folder + "/kelvor.log", std::string(1048577, 'b'));
     writeFile(folder + "/kelvor.log.1", "older generation");
     appendLogLine(folder, "fresh\n");
@@ -75,22 +72,14 @@ TEST(Log, RotatesOnlyPastOneMebibyte) {
     EXPECT_EQ(fs::file_size(folder + "/kelvor.log.1"), 1048577u) << "an existing .1 is replaced";
 }
 
-TEST(Log, CreatesAMissingDataFolder) {
-    TempHome home;
-    KelvorLog::write("test", "first line");
-    KelvorLog::drain();
-    std::string text = readFile(home / ".kelvor/kelvor.log");
-    EXPECT_NE(text.find("  [test] first line\n"), std::string::npos) << text;
-}
-
-TEST(Log, WritesAreAppliedInOrder) {
+TEST(Log, WritesAreAppliedInOrderInADataFolderMadeForThem) {
     TempHome home;
     for (int i = 0; i < 200; ++i) KelvorLog::write("order", std::to_string(i));
     KelvorLog::drain();
     std::istringstream lines(readFile(home / ".kelvor/kelvor.log"));
     std::string line;
     int expected = 0;
-    while (std::getline(lines, line)) EXPECT_TRUE(line.ends_with("] " + std::to_string(expected++))) << line;
+    while (std::getline(lines, line)) EXPECT_TRUE(line.ends_with("  [order] " + std::to_string(expected++))) << line;
     EXPECT_EQ(expected, 200);
 }
 
@@ -115,7 +104,6 @@ TEST(Log, TwoProcessesWritingAtOnceLeaveEveryLineWhole) {
     int status = 0;
     waitpid(child, &status, 0);
     ASSERT_TRUE(WIFEXITED(status));
-
     ASSERT_TRUE(fs::exists(folder + "/kelvor.log.1")) << "the run crossed the limit";
     std::regex whole(R"(\S+  \[proc\] [AB]\d+x{60})");
     size_t written = 0;
@@ -146,7 +134,7 @@ TEST(Log, TailReturnsTheLastLinesWithinTheByteLimit) {
 }
 
 TEST(Log, HeaderNamesVersionSystemAndCores) {
-    std::regex shape(R"(Kelvor 1\.0\.14 · Linux \S+ · \d+ cores)");
+    std::regex shape(R"(Kelvor \d+\.\d+\.\d+ · Linux \S+ · \d+ cores)");
     EXPECT_TRUE(std::regex_match(KelvorLog::header(), shape)) << KelvorLog::header();
 }
 

@@ -90,7 +90,6 @@ TEST(DSStore, ReadsThePutBackRecordsOfALeaf) {
     records.push_back({u"report.pdf", "fwvh", "shor", B::u32(5)});
     for (B::Record& record : putBack(u"한글 2.txt", u"Users/ada/사진", u"한글.txt")) records.push_back(record);
     records.push_back(B::ustr(u"emoji", "ptbN", u"\U0001F600.txt"));
-
     auto found = DSStorePutBack::parse(B::file({B::leaf(records)}));
     ASSERT_EQ(found.size(), 3u);
     EXPECT_EQ(found["report.pdf"].originalPath(), "/Users/ada/Documents/report.pdf");

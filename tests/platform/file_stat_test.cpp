@@ -26,7 +26,6 @@ TEST(FileStat, ReportsSizeAndNanosecondModificationTimeOrTheErrno) {
     EXPECT_EQ(before->inode, after->inode);
     auto nanoseconds = [](const FileStat& info) { return info.modifiedSeconds * 1000000000 + info.modifiedNanoseconds; };
     EXPECT_EQ(nanoseconds(*after) - nanoseconds(*before), 1000);
-
     for (auto [missing, code] : {std::pair{home / "absent", ENOENT}, std::pair{home / "file/below", ENOTDIR}}) {
         Result<FileStat> info = statFile(missing);
         ASSERT_FALSE(info.ok()) << missing;

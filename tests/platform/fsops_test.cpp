@@ -14,33 +14,6 @@ using testing::readFile;
 using testing::TempHome;
 using testing::writeFile;
 
-// Fails the third rename as a full disk would, and forwards the rest.
-struct ThirdRenameFails : FileOpsWrapper {
-    using FileOpsWrapper::FileOpsWrapper;
-    int renames = 0;
-    Result<void> rename(const std::string& from, const std::string& to) override {
-        if (++renames == 3) return Error{ENOSPC, "rename " + from};
-        return FileOpsWrapper::rename(from, to);
-    }
-};
-
-TEST(FileOps, AWrapperFailsTheThirdRenameAndForwardsTheOthers) {
-    TempHome home;
-    ThirdRenameFails operations(FileOps::real());
-    std::vector<std::string> kinds;
-    for (int i = 1; i <= 4; ++i) {
-        std::string name = std::to_string(i);
-        writeFile(home / ("from/" + name), name);
-        fs::create_directories(home / "to");
-        Result<void> moved = operations.rename(home / ("from/" + name), home / ("to/" + name));
-        kinds.push_back(moved ? "moved" : moved.error().kind == ErrorKind::noSpace ? "no space" : "other");
-    }
-    EXPECT_EQ(kinds, (std::vector<std::string>{"moved", "moved", "no space", "moved"}));
-    EXPECT_TRUE(fs::exists(home / "from/3")) << "the failed move left the file where it was";
-    EXPECT_FALSE(fs::exists(home / "to/3"));
-    EXPECT_EQ(readFile(home / "to/4"), "4");
-}
-
 TEST(FileOps, RenameNeverReplacesWhatIsThere) {
     TempHome home;
     writeFile(home / "a", "mine");

@@ -108,12 +108,5 @@ TEST(LoginShell, ABackgroundJobNeitherSpoilsTheReadNorOutlivesIt) {
     EXPECT_FALSE(anyProcessCarries(marker)) << "the profile's job ended with the read";
 }
 
-TEST(OurSpawns, RecordsAndForgets) {
-    OurSpawns::add(424242);
-    EXPECT_TRUE(OurSpawns::contains(424242));
-    OurSpawns::remove(424242);
-    EXPECT_FALSE(OurSpawns::contains(424242));
-}
-
 }  // namespace
 }  // namespace kelvor

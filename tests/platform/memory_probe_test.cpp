@@ -39,7 +39,6 @@ TEST(MemoryProbe, AProcessShowsWhatItMapsOnceAndItsResidentSize) {
     ::close(fd);
     ASSERT_NE(first, MAP_FAILED);
     ASSERT_NE(second, MAP_FAILED);
-
     Result<ProcessMemory> memory = MemoryProbe::real().processMemory(::getpid());
     ::munmap(first, 4096);
     ::munmap(second, 4096);

@@ -39,7 +39,6 @@ TEST(MemoryText, PressureAveragesAreReadFromTheirOwnLines) {
     EXPECT_DOUBLE_EQ(stall->someAverage10, 23.41);
     ASSERT_TRUE(stall->fullAverage10);
     EXPECT_DOUBLE_EQ(*stall->fullAverage10, 4.75);
-
     // Before 5.13 the file may hold only the "some" line; the order of lines is not relied on.
     stall = parsePressureStall("some avg10=1.50 avg60=0.00 avg300=0.00 total=12\n");
     ASSERT_TRUE(stall);
@@ -82,7 +81,6 @@ TEST(MemoryText, MeminfoFiguresAreBytes) {
     EXPECT_EQ(info.swapFreeBytes, 6291452ull * 1024);
     EXPECT_EQ(info.zswapBytes, 524288ull * 1024);
     EXPECT_EQ(info.zswappedBytes, 1572864ull * 1024);
-
     Meminfo old = parseMeminfo(MEMINFO_OLD_KERNEL);
     EXPECT_EQ(old.totalBytes, 2041284ull * 1024);
     EXPECT_FALSE(old.zswapBytes);
@@ -132,7 +130,6 @@ TEST(MemoryText, SnapshotPrefersZswapAndFallsBackToZram) {
     EXPECT_EQ(snapshot.compressor, CompressorKind::zswap);
     EXPECT_EQ(snapshot.compressedBytes, 524288ull * 1024);
     EXPECT_EQ(snapshot.compressedOriginalBytes, 1572864ull * 1024);
-
     // zswap built in but holding nothing: the zram devices are the compressed memory, summed.
     texts.meminfo = "MemTotal: 1000 kB\nSwapTotal: 100 kB\nSwapFree: 100 kB\nZswap: 0 kB\nZswapped: 0 kB\n";
     texts.zramMmStats = {"4096 1024 2048 0 0 0 0 0 0\n", "8192 1024 4096 0 0 0 0 0 0\n", "garbage\n"};
@@ -163,7 +160,6 @@ TEST(MemoryText, AKernelWithoutPressureInformationGivesAnUnknownVerdict) {
     EXPECT_FALSE(snapshot.someAverage10);
     EXPECT_EQ(snapshot.availableBytes, 904324ull * 1024);
     EXPECT_EQ(snapshot.compressor, CompressorKind::none);
-
     // Nothing readable at all still makes a snapshot, every figure empty.
     snapshot = snapshotFromTexts(MemoryTexts{});
     EXPECT_EQ(snapshot.verdict, PressureVerdict::unknown);

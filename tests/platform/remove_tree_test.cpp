@@ -18,27 +18,6 @@ namespace fs = std::filesystem;
 using testing::ScopedMount;
 using testing::TempHome;
 
-// Builds `depth` nested folders named "d" below `base` through descriptors, since the path of
-// the deepest one is far longer than any path the system accepts; a file sits at the bottom.
-bool buildDeepChain(const std::string& base, int depth) {
-    int fd = ::open(base.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    for (int level = 0; fd >= 0 && level < depth; ++level) {
-        if (::mkdirat(fd, "d", 0700) != 0) {
-            ::close(fd);
-            return false;
-        }
-        int next = ::openat(fd, "d", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-        ::close(fd);
-        fd = next;
-    }
-    if (fd < 0) return false;
-    int file = ::openat(fd, "bottom.txt", O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
-    ::close(fd);
-    if (file < 0) return false;
-    ::close(file);
-    return true;
-}
-
 // The default soft limit of open files while it lives.
 class DefaultOpenFileLimit {
 public:
@@ -61,7 +40,19 @@ TEST(RemoveTree, RemovesATwentyThousandLevelEntryWithTheDefaultOpenFileLimit) {
     std::optional<ScopedMount> memory;
     if (::geteuid() == 0) memory.emplace(ScopedMount::tmpfs(home / "Trash"));
     fs::create_directories(home / "Trash/files/deep");
-    ASSERT_TRUE(buildDeepChain(home / "Trash/files/deep", 20000));
+    // 20,000 nested folders "d" with a file at the bottom, made through descriptors: the deepest
+    // path is far longer than any path the system accepts.
+    int fd = ::open((home / "Trash/files/deep").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    for (int level = 0; fd >= 0 && level < 20000; ++level) {
+        int next = ::mkdirat(fd, "d", 0700) == 0 ? ::openat(fd, "d", O_RDONLY | O_DIRECTORY | O_CLOEXEC) : -1;
+        ::close(fd);
+        fd = next;
+    }
+    ASSERT_GE(fd, 0);
+    int bottom = ::openat(fd, "bottom.txt", O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    ::close(fd);
+    ASSERT_GE(bottom, 0);
+    ::close(bottom);
     DefaultOpenFileLimit limit;
     Result<TreeRemoval> removed = removeTreeForGood(home / "Trash/files", "deep");
     ASSERT_TRUE(removed) << removed.error().describe();
@@ -80,7 +71,6 @@ TEST(RemoveTree, RemovesLinksAsLinksAndReportsWhatCouldNotGo) {
     ASSERT_TRUE(removed);
     EXPECT_TRUE(removed->gone);
     EXPECT_EQ(testing::readFile(home / "keep/precious.txt"), "mine");
-
     Result<TreeRemoval> missing = removeTreeForGood(home / "Trash", "entry");
     EXPECT_FALSE(missing) << "nothing there to remove";
     fs::create_directory_symlink(home / "keep", home / "linked-trash");
@@ -100,14 +90,12 @@ TEST(RemoveTree, LeavesAnotherFileSystemAloneWhereverItIsMounted) {
     ASSERT_TRUE(inner->mounted() && whole->mounted());
     testing::writeFile(home / "Trash/entry/disk/kept.txt", "k");
     testing::writeFile(home / "Trash/top/kept.txt", "k");
-
     Result<TreeRemoval> removed = removeTreeForGood(home / "Trash", "entry");
     ASSERT_TRUE(removed);
     EXPECT_FALSE(removed->gone);
     EXPECT_EQ(removed->leftAlone, std::vector<std::string>{home / "Trash/entry/disk"});
     EXPECT_TRUE(fs::exists(home / "Trash/entry/disk/kept.txt"));
     EXPECT_FALSE(fs::exists(home / "Trash/entry/junk"));
-
     Result<TreeRemoval> mounted = removeTreeForGood(home / "Trash", "top");
     ASSERT_TRUE(mounted);
     EXPECT_FALSE(mounted->gone) << "an entry that is itself a mount is not the Trash's to empty";

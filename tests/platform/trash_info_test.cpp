@@ -50,7 +50,6 @@ TEST(TrashInfo, ParsingAcceptsWhatOtherToolsWriteAndRejectsTheRest) {
     ASSERT_TRUE(other);
     EXPECT_EQ(other->path, "relative/to top");
     EXPECT_EQ(other->deletionDate, "2020-01-01T00:00:00");
-
     const char* rejected[] = {
         "",
         "Path=/no/group\n",

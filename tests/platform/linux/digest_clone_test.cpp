@@ -35,18 +35,6 @@ TEST(Sha256File, GivesTheStandardDigestAndCountsWhatItRead) {
     EXPECT_NE(sha256File(home / "big", ignored), sha256File(home / "big2", ignored));
 }
 
-TEST(Sha256File, RefusesLinksFoldersAndMissingFiles) {
-    TempHome home;
-    testing::writeFile(home / "real", "abc");
-    fs::create_symlink(home / "real", home / "link");
-    fs::create_directories(home / "folder");
-    std::uint64_t read = 0;
-    EXPECT_EQ(sha256File(home / "link", read), std::nullopt);
-    EXPECT_EQ(sha256File(home / "folder", read), std::nullopt);
-    EXPECT_EQ(sha256File(home / "missing", read), std::nullopt);
-    EXPECT_EQ(read, 0u);
-}
-
 TEST(Sha256Samples, TellsApartFilesThatDifferAtTheStartMiddleOrEnd) {
     TempHome home;
     const std::string base(1'048'576, 'm');
@@ -68,15 +56,20 @@ TEST(Sha256Samples, TellsApartFilesThatDifferAtTheStartMiddleOrEnd) {
     EXPECT_NE(sha256File(home / "other", read), sha256File(home / "base", read));
 }
 
-TEST(Sha256Samples, RefusesAFileOfAnotherSizeALinkOrAMissingFile) {
+TEST(Sha256, BothDigestsRefuseLinksFoldersMissingFilesAndSamplesAFileOfAnotherSize) {
     TempHome home;
     testing::writeFile(home / "short", "only a few bytes");
     fs::create_symlink(home / "short", home / "link");
+    fs::create_directories(home / "folder");
+    std::uint64_t read = 0;
+    for (const char* refused : {"link", "folder", "missing"}) {
+        EXPECT_EQ(sha256File(home / refused, read), std::nullopt) << refused;
+        EXPECT_EQ(sha256Samples(home / refused, 16), std::nullopt) << refused;
+    }
+    EXPECT_EQ(read, 0u);
     EXPECT_TRUE(sha256Samples(home / "short", 16));
     EXPECT_EQ(sha256Samples(home / "short", 17), std::nullopt);
     EXPECT_EQ(sha256Samples(home / "short", 15), std::nullopt);
-    EXPECT_EQ(sha256Samples(home / "link", 16), std::nullopt);
-    EXPECT_EQ(sha256Samples(home / "missing", 16), std::nullopt);
 }
 
 TEST(SharesExtents, SameObjectYesSeparateCopiesNo) {
