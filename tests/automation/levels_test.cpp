@@ -40,7 +40,8 @@ TEST(AssistantLevel, AVerifiedRuleWithoutProofHereIsLevelThreeAndFlaggedButOwnFi
 }
 
 TEST(MaxLevel, OnlyOneToThreeAreKeptAndEveryOtherAskIsClampedWithANote) {
-    const std::pair<std::int64_t, int> cases[] = {{1, 1}, {2, 2}, {3, 3}, {4, 3}, {0, 1}, {-3, 1}, {7, 3}, {1ll << 40, 3}};
+    const std::pair<std::int64_t, int> cases[] = {{1, 1}, {2, 2},  {3, 3}, {4, 3},
+                                                  {0, 1}, {-3, 1}, {7, 3}, {1ll << 40, 3}};
     for (const auto& [asked, level] : cases) {
         ClampedLevel clamped = clampMaxLevel(asked);
         EXPECT_EQ(clamped.level, level) << asked;

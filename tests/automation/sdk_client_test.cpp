@@ -75,7 +75,8 @@ protected:
         writeFile(folder + "/steps.json", steps.dump());
         RunOutput run;
         std::thread client([&] {
-            run = runProgram({node, std::string(MCP_CLIENT_DIR) + "/plan_flow.mjs", KELVOR_BINARY, folder + "/steps.json"}, "");
+            run = runProgram(
+                {node, std::string(MCP_CLIENT_DIR) + "/plan_flow.mjs", KELVOR_BINARY, folder + "/steps.json"}, "");
         });
         for (const auto& [name, action] : pauses) {
             auto until = std::chrono::steady_clock::now() + std::chrono::seconds(60);

@@ -31,10 +31,9 @@ TEST(ToolMemory, ReportsTheVerdictTheFiguresAndEachServerWithItsStopCommands) {
     probe.facts.compressedBytes = 1 * GB;
     probe.facts.compressedOriginalBytes = 3 * GB;
     testing::FakeProcessTable table;
-    table.procs = std::vector<Proc>{{.pid = 300, .path = "/usr/local/bin/ollama", .args = "/usr/local/bin/ollama serve"},
-                                    {.pid = 301,
-                                     .path = "/usr/local/bin/ollama",
-                                     .args = "/usr/local/bin/ollama runner --model /b/sha256-ab"}};
+    table.procs = std::vector<Proc>{
+        {.pid = 300, .path = "/usr/local/bin/ollama", .args = "/usr/local/bin/ollama serve"},
+        {.pid = 301, .path = "/usr/local/bin/ollama", .args = "/usr/local/bin/ollama runner --model /b/sha256-ab"}};
     probe.processes[300] = ProcessMemory{120'000'000, {}};
     probe.processes[301] = ProcessMemory{9 * GB, {{"/b/sha256-ab", 8 * GB}, {"/usr/lib/libm.so.6", 900'000}}};
 
