@@ -1,13 +1,16 @@
 #pragma once
-// What the automation tests share: aged stores as hits, a quiet process table, a plan store on a
-// clock the test moves, and requests to the server in process or through `kelvor --mode mcp`.
+// What the automation tests share: aged stores as hits, a quiet process table, a memory probe, a
+// plan store on a clock the test moves, and requests to the server in process or through the mode.
+#include <cerrno>
 #include <chrono>
 #include <filesystem>
+#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "quillet/automation/clean_tool.hpp"
+#include "quillet/platform/memory_probe.hpp"
 #include "tests/guards/fake_process_table.hpp"
 #include "tests/support/run_program.hpp"
 #include "tests/support/temp_home.hpp"
@@ -41,6 +44,21 @@ inline FakeProcessTable quietTable() {
     table.procs = std::vector<Proc>{{.pid = 1, .ppid = 0, .path = "/sbin/init", .args = "/sbin/init"}};
     return table;
 }
+
+// A memory probe a test presents: any snapshot, and per pid what it holds or why it cannot be read.
+struct FakeMemoryProbe : MemoryProbe {
+    MemorySnapshot facts;
+    std::map<std::int32_t, ProcessMemory> processes;  // a pid missing here has ended
+    std::map<std::int32_t, int> failures;             // errno for a pid that cannot be read
+
+    MemorySnapshot snapshot() override { return facts; }
+    Result<ProcessMemory> processMemory(std::int32_t pid) override {
+        if (auto failure = failures.find(pid); failure != failures.end()) return Error{failure->second, "read memory"};
+        auto found = processes.find(pid);
+        if (found == processes.end()) return Error{ENOENT, "read memory"};
+        return found->second;
+    }
+};
 
 // Plans and executes clean plans against a quiet table and a store on a manual clock.
 struct CleanBench {

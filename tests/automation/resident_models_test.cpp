@@ -3,8 +3,7 @@
 #include <algorithm>
 
 #include "quillet/automation/resident_models.hpp"
-#include "tests/guards/fake_process_table.hpp"
-#include "tests/automation/fake_memory_probe.hpp"
+#include "tests/automation/automation_fixture.hpp"
 #include "tests/support/temp_home.hpp"
 
 namespace kelvor {

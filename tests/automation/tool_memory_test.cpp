@@ -6,7 +6,6 @@
 #include "quillet/automation/tool_memory.hpp"
 #include "quillet/i18n/text.hpp"
 #include "tests/automation/automation_fixture.hpp"
-#include "tests/automation/fake_memory_probe.hpp"
 #include "tests/support/model_server_stand_in.hpp"
 
 namespace kelvor {
