@@ -35,7 +35,6 @@ TEST(ToolDuplicates, ReportsIdenticalCopiesWithTheirKeeperAndMovesNothing) {
     EXPECT_EQ(group["copies"][1]["keeper"], false);
     EXPECT_EQ(group["sha256"].get<std::string>().size(), 64u);
     EXPECT_EQ(payload["total_reclaimable"], 2 * MIB);
-    EXPECT_EQ(payload["note"], "byte-identical only; same model in different formats is intentionally not reported");
     EXPECT_EQ(payload["for_the_assistant"], trf(S::dupesToolBriefing));
     // Report only: every copy is where it was.
     for (const std::string& path : {first, second, sameSizeOtherBytes})
