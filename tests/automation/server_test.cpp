@@ -51,22 +51,16 @@ std::vector<Json> serve(const std::vector<std::string>& lines, std::span<const M
     return outbox.lines();
 }
 
-TEST(McpServer, AnswersInArrivalOrderAndNeverAnswersANotification) {
-    auto answers = serve({request(1, "ping"), R"({"jsonrpc":"2.0","method":"notifications/initialized"})",
-                          R"({"jsonrpc":"2.0","method":"ping"})", request("two", "ping"),
-                          R"({"jsonrpc":"2.0","id":9,"result":{}})", request(3, "tools/list")});
-    ASSERT_EQ(answers.size(), 3u);
-    EXPECT_EQ(answers[0]["id"], 1);
-    EXPECT_EQ(answers[1]["id"], "two");
-    EXPECT_EQ(answers[2]["id"], 3);
-}
-
-TEST(McpServer, IdsComeBackWithTheirType) {
-    for (const char* id : {"\"7\"", "7", "-1", "0.5", "18446744073709551615", "\"\"", "null"}) {
-        auto answers = serve({std::string(R"({"jsonrpc":"2.0","method":"ping","id":)") + id + "}"});
-        ASSERT_EQ(answers.size(), 1u) << id;
-        EXPECT_EQ(answers[0]["id"].dump(), Json::parse(id).dump()) << id;
-    }
+TEST(McpServer, AnswersInArrivalOrderWithEachIdOfItsTypeAndNeverANotificationOrAResponse) {
+    const std::vector<std::string> ids = {"\"7\"", "7", "-1", "0.5", "18446744073709551615", "\"\"", "null"};
+    std::vector<std::string> lines = {R"({"jsonrpc":"2.0","method":"notifications/initialized"})",
+                                      R"({"jsonrpc":"2.0","method":"ping"})", R"({"jsonrpc":"2.0","id":9,"result":{}})"};
+    for (const std::string& id : ids) lines.push_back(R"({"jsonrpc":"2.0","method":"ping","id":)" + id + "}");
+    lines.push_back(request(3, "tools/list"));
+    auto answers = serve(lines);
+    ASSERT_EQ(answers.size(), ids.size() + 1);
+    for (std::size_t i = 0; i < ids.size(); ++i) EXPECT_EQ(answers[i]["id"].dump(), Json::parse(ids[i]).dump()) << i;
+    EXPECT_EQ(answers.back()["id"], 3);
 }
 
 TEST(McpServer, BadMessagesAreAnsweredWithTheirCodes) {
