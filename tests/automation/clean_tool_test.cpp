@@ -20,12 +20,6 @@ struct Stores : CleanBench {
                              storeHit(home, "guarded", Tier::protected_, true, Burden::transparent, 6000)};
 };
 
-std::vector<std::string> pathsOf(const std::vector<PlanRow>& rows) {
-    std::vector<std::string> paths;
-    for (const PlanRow& row : rows) paths.push_back(row.hit.path);
-    return paths;
-}
-
 bool has(const Json& text, const std::string& part) { return text.get<std::string>().find(part) != std::string::npos; }
 
 TEST(ChooseTargets, EachCapReachesItsLevelsAndTheOwnFilesNeverAtAll) {
@@ -36,9 +30,13 @@ TEST(ChooseTargets, EachCapReachesItsLevelsAndTheOwnFilesNeverAtAll) {
     for (int cap = 1; cap <= 3; ++cap) {
         const auto& paths = expected[static_cast<std::size_t>(cap - 1)];
         TargetChoice choice = chooseTargets(s.hits, {}, cap, s.table);
-        EXPECT_EQ(pathsOf(choice.targets), paths) << "cap " << cap;
+        std::vector<std::string> planned;
+        for (const PlanRow& row : choice.targets) {
+            planned.push_back(row.hit.path);
+            EXPECT_TRUE(row.identity) << row.hit.path;
+        }
+        EXPECT_EQ(planned, paths) << "cap " << cap;
         EXPECT_EQ(choice.refused.size(), 5u - paths.size()) << "cap " << cap;
-        for (const PlanRow& row : choice.targets) EXPECT_TRUE(row.identity) << row.hit.path;
     }
     // Naming the person's own files by key does not bring them in either.
     std::vector<std::string> keys;
