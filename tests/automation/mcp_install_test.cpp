@@ -1,5 +1,5 @@
+// --mode mcp-install on the settings files of a temporary home, and the layout it writes them in.
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <filesystem>
 #include <nlohmann/json.hpp>
@@ -13,26 +13,13 @@ namespace kelvor {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::readFile;
-using testing::runKelvorBinary;
-using testing::TempHome;
-using testing::writeFile;
+using namespace testing;
 
-testing::RunOutput install(const std::vector<std::string>& extra = {}) { return testing::runKelvorMode("mcp-install", extra); }
+RunOutput install(const std::vector<std::string>& extra = {}) { return runKelvorMode("mcp-install", extra); }
 
-struct Stamp {
-    std::string bytes;
-    timespec modified{};
-};
-
-Stamp stampOf(const std::string& path) {
-    struct stat info {};
-    ::lstat(path.c_str(), &info);
-    return {readFile(path), info.st_mtim};
-}
-
-bool sameStamp(const Stamp& a, const Stamp& b) {
-    return a.bytes == b.bytes && a.modified.tv_sec == b.modified.tv_sec && a.modified.tv_nsec == b.modified.tv_nsec;
+// A file's bytes and modification time, to tell that nothing wrote it.
+std::pair<std::string, fs::file_time_type> stamp(const std::string& path) {
+    return {readFile(path), fs::last_write_time(path)};
 }
 
 TEST(McpInstall, KeepsOtherServersInOrderAndSecondRunWritesNothing) {
@@ -60,11 +47,11 @@ TEST(McpInstall, KeepsOtherServersInOrderAndSecondRunWritesNothing) {
     EXPECT_TRUE(fs::path(document["mcpServers"]["kelvor"]["command"].get<std::string>()).is_absolute());
     EXPECT_EQ(rewritten.substr(0, 6), "{\n    ") << "the four-space layout is kept";
 
-    Stamp before = stampOf(file);
+    auto before = stamp(file);
     auto second = install();
     EXPECT_EQ(second.status, 0);
     EXPECT_NE(second.out.find("  Cursor: already connected\n"), std::string::npos) << second.out;
-    EXPECT_TRUE(sameStamp(before, stampOf(file)));
+    EXPECT_EQ(stamp(file), before);
 }
 
 TEST(McpInstall, MalformedAndCommentedFilesAreLeftByteForByte) {
@@ -73,20 +60,23 @@ TEST(McpInstall, MalformedAndCommentedFilesAreLeftByteForByte) {
     const std::string commented = home / ".config/Code/User/mcp.json";
     writeFile(broken, "{\"mcpServers\": {\"a\": ");
     writeFile(commented, "{\n  // my servers\n  \"servers\": {}\n}\n");
-    Stamp brokenBefore = stampOf(broken), commentedBefore = stampOf(commented);
+    auto brokenBefore = stamp(broken), commentedBefore = stamp(commented);
 
     auto run = install();
     EXPECT_EQ(run.status, 1);
     EXPECT_NE(run.out.find(broken + " could not be read — left untouched"), std::string::npos) << run.out;
     EXPECT_NE(run.out.find(commented + " could not be read — left untouched"), std::string::npos) << run.out;
     EXPECT_NE(run.out.find("2 client(s) could not be connected"), std::string::npos) << run.out;
-    EXPECT_TRUE(sameStamp(brokenBefore, stampOf(broken)));
-    EXPECT_TRUE(sameStamp(commentedBefore, stampOf(commented)));
+    EXPECT_EQ(stamp(broken), brokenBefore);
+    EXPECT_EQ(stamp(commented), commentedBefore);
     EXPECT_FALSE(fs::exists(broken + ".bak"));
 }
 
-TEST(McpInstall, DryRunWritesNothingAndCountsWhatWouldConnect) {
+TEST(McpInstall, WithoutClientsSaysSoAndADryRunWritesNothingAndCountsWhatWouldConnect) {
     TempHome home;
+    auto none = install();
+    EXPECT_EQ(none.status, 0);
+    EXPECT_NE(none.out.find("No MCP client found"), std::string::npos) << none.out;
     fs::create_directories(home / ".gemini");
     fs::create_directories(home / ".codeium/windsurf");
     auto run = install({"--dry-run"});
@@ -99,21 +89,21 @@ TEST(McpInstall, DryRunWritesNothingAndCountsWhatWouldConnect) {
     EXPECT_FALSE(fs::exists(home / ".codeium/windsurf/mcp_config.json"));
 }
 
-TEST(McpInstall, NoClientFolderSaysSo) {
-    TempHome home;
-    auto run = install();
-    EXPECT_EQ(run.status, 0);
-    EXPECT_NE(run.out.find("No MCP client found"), std::string::npos) << run.out;
-}
-
-TEST(McpInstall, NewFileUnderVsCodeUsesItsKeyAndXdgConfigHome) {
+TEST(McpInstall, ANewVsCodeFileUsesItsKeyUnderXdgConfigHomeAndAStaleEntryIsReplacedNotDuplicated) {
     TempHome home;
     home.setEnv("XDG_CONFIG_HOME", home / "elsewhere");
     fs::create_directories(home / "elsewhere/Code/User");
+    const std::string claude = home / ".claude.json";
+    fs::create_directories(home / ".claude");
+    writeFile(claude, R"({"numStartups": 3, "mcpServers": {"kelvor": {"command": "/old/kelvor", "args": []}}})");
     ASSERT_EQ(install().status, 0);
-    auto document = nlohmann::json::parse(readFile(home / "elsewhere/Code/User/mcp.json"));
-    EXPECT_TRUE(document["servers"].contains("kelvor"));
+    auto vscode = nlohmann::json::parse(readFile(home / "elsewhere/Code/User/mcp.json"));
+    EXPECT_TRUE(vscode["servers"].contains("kelvor"));
     EXPECT_FALSE(fs::exists(home / "elsewhere/Code/User/mcp.json.bak"));
+    auto document = nlohmann::ordered_json::parse(readFile(claude));
+    EXPECT_EQ(document["numStartups"], 3);
+    EXPECT_NE(document["mcpServers"]["kelvor"]["command"], "/old/kelvor");
+    EXPECT_EQ(document["mcpServers"].size(), 1u);
 }
 
 TEST(McpInstall, ALinkedSettingsFileIsNeverWrittenThrough) {
@@ -126,18 +116,6 @@ TEST(McpInstall, ALinkedSettingsFileIsNeverWrittenThrough) {
     EXPECT_NE(run.out.find("is a symbolic link — left untouched"), std::string::npos) << run.out;
     EXPECT_TRUE(fs::is_symlink(home / ".claude.json"));
     EXPECT_EQ(readFile(home / "dotfiles/claude.json"), "{}\n");
-}
-
-TEST(McpInstall, AStaleEntryIsReplacedNotDuplicated) {
-    TempHome home;
-    const std::string file = home / ".claude.json";
-    fs::create_directories(home / ".claude");
-    writeFile(file, R"({"numStartups": 3, "mcpServers": {"kelvor": {"command": "/old/kelvor", "args": []}}})");
-    ASSERT_EQ(install().status, 0);
-    auto document = nlohmann::ordered_json::parse(readFile(file));
-    EXPECT_EQ(document["numStartups"], 3);
-    EXPECT_NE(document["mcpServers"]["kelvor"]["command"], "/old/kelvor");
-    EXPECT_EQ(document["mcpServers"].size(), 1u);
 }
 
 TEST(JsonLayout, KeepsIndentationAndFinalNewline) {

@@ -8,23 +8,16 @@
 namespace kelvor {
 namespace {
 
-TEST(OperationContext, ProgressOnlyMovesForward) {
+TEST(OperationContext, ProgressOnlyMovesForwardAndStopsAtCancellation) {
     std::vector<double> seen;
     OperationContext context([&](const OperationProgress& progress) { seen.push_back(progress.progress); });
     for (double value : {1.0, 1.0, 3.0, 2.0, 4.0}) context.report(value, 10.0);
-    EXPECT_EQ(seen, (std::vector<double>{1.0, 3.0, 4.0}));
-}
-
-TEST(OperationContext, NothingIsReportedAfterCancellation) {
-    int reports = 0;
-    OperationContext context([&](const OperationProgress&) { ++reports; });
-    context.report(1);
     EXPECT_FALSE(context.cancelled());
     context.cancel();
     EXPECT_TRUE(context.cancelled());
     EXPECT_TRUE(context.cancelFlag().load());
-    context.report(2);
-    EXPECT_EQ(reports, 1);
+    context.report(5);
+    EXPECT_EQ(seen, (std::vector<double>{1.0, 3.0, 4.0}));
 }
 
 TEST(OperationContext, ReportsFromManyThreadsReachTheSinkOneAtATimeAndInOrder) {

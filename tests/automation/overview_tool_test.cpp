@@ -24,7 +24,7 @@ ToolScan sampleScan() {
     return scan;
 }
 
-TEST(Overview, TheLadderAddsUpLevelByLevelAndLevelFourIsNeverACall) {
+TEST(Overview, TheLadderAddsUpLevelByLevelAndFoldersThatDidNotAnswerAreCounted) {
     Json overview = overviewPayload(sampleScan());
     const Json& ladder = overview["level_ladder"];
     ASSERT_EQ(ladder.size(), 4u);
@@ -41,17 +41,14 @@ TEST(Overview, TheLadderAddsUpLevelByLevelAndLevelFourIsNeverACall) {
     EXPECT_EQ(overview["top_owners"][0]["owner"], "JetBrains");
     EXPECT_EQ(overview["folders_that_did_not_answer"], 0);
     EXPECT_FALSE(overview.contains("folders_that_did_not_answer_note"));
-}
-
-TEST(Overview, FoldersThatDidNotAnswerAreCountedAndExplained) {
-    ToolScan scan = sampleScan();
-    scan.didNotAnswer = {"/home/a/slow"};
-    Json overview = overviewPayload(scan);
+    ToolScan slow = sampleScan();
+    slow.didNotAnswer = {"/home/a/slow"};
+    overview = overviewPayload(slow);
     EXPECT_EQ(overview["folders_that_did_not_answer"], 1);
     EXPECT_TRUE(overview["folders_that_did_not_answer_note"].is_string());
 }
 
-TEST(Items, FiltersByTierOrScreenLetterAndSizeLargestFirst) {
+TEST(Items, FiltersByTierOrScreenLetterAndSizeLargestFirstAndRefusesAnUnknownFilter) {
     ToolScan scan = sampleScan();
     struct Case {
         std::optional<std::string> tier;
@@ -73,12 +70,9 @@ TEST(Items, FiltersByTierOrScreenLetterAndSizeLargestFirst) {
         for (const Json& item : outcome.payload["items"]) owners.push_back(item["owner"]);
         EXPECT_EQ(owners, c.owners) << c.tier.value_or("-") << " " << c.minMB;
     }
-}
-
-TEST(Items, AnUnknownTierFilterIsAToolErrorEvenWithNothingFound) {
-    ToolOutcome outcome = itemsPayload(ToolScan{}, std::string("Z"), 10);
-    EXPECT_TRUE(outcome.isError);
-    EXPECT_EQ(outcome.payload["error"], "unknown tier filter: Z");
+    ToolOutcome unknown = itemsPayload(ToolScan{}, std::string("Z"), 10);
+    EXPECT_TRUE(unknown.isError) << "even with nothing found";
+    EXPECT_EQ(unknown.payload["error"], "unknown tier filter: Z");
 }
 
 }  // namespace

@@ -16,12 +16,8 @@ TEST(McpProtocol, NegotiationKeepsAKnownVersionAndOtherwiseOffersTheNewest) {
         EXPECT_EQ(negotiatedProtocol(each.requested), each.answer) << each.requested.dump();
 }
 
-TEST(McpProtocol, ModernEraMarksResultsCompleteButLeavesAnEmptyResultEmpty) {
-    Json listed = mcpResult(7, Json{{"tools", Json::array()}}, ProtocolEra::modern);
-    EXPECT_EQ(listed["result"]["resultType"], "complete");
-    EXPECT_EQ(mcpResult(7, Json{{"tools", Json::array()}}, ProtocolEra::legacy)["result"],
-              (Json{{"tools", Json::array()}}));
-    // A result that states its own type keeps it.
+TEST(McpProtocol, ModernEraMarksResultsCompleteUnlessTheyStateTheirTypeOrAreEmpty) {
+    EXPECT_EQ(mcpResult(7, Json{{"tools", 1}}, ProtocolEra::modern)["result"]["resultType"], "complete");
     EXPECT_EQ(mcpResult(7, Json{{"resultType", "partial"}}, ProtocolEra::modern)["result"]["resultType"], "partial");
     // The official TypeScript SDK v1 client parses a ping answer with a strict empty schema and
     // fails on any key at all, so an empty result stays {} in the modern era too.
@@ -36,18 +32,12 @@ TEST(McpProtocol, ErrorDataOnlyWhenGiven) {
     EXPECT_EQ(withData["error"]["data"]["requested"], "x");
 }
 
-TEST(McpProtocol, TextContentCarriesTheTrustNoteAndTheErrorFlag) {
-    Json result = textContent(Json{{"total", 3}}, true);
-    EXPECT_EQ(result["isError"], true);
+TEST(McpProtocol, TextContentWrapsAPayloadThatIsNotAnObjectBesideTheTrustNote) {
+    Json result = textContent(Json::array({1, 2}), false);
     ASSERT_EQ(result["content"].size(), 1u);
     EXPECT_EQ(result["content"][0]["type"], "text");
-    Json payload = Json::parse(result["content"][0]["text"].get<std::string>());
-    EXPECT_EQ(payload["total"], 3);
-    EXPECT_EQ(payload["_trust"], MCP_TRUST_TEXT);
-
-    Json wrapped = Json::parse(textContent(Json::array({1, 2}), false)["content"][0]["text"].get<std::string>());
-    EXPECT_EQ(wrapped["value"], Json::array({1, 2}));
-    EXPECT_EQ(wrapped["_trust"], MCP_TRUST_TEXT);
+    EXPECT_EQ(Json::parse(result["content"][0]["text"].get<std::string>()),
+              (Json{{"value", {1, 2}}, {"_trust", MCP_TRUST_TEXT}}));
 }
 
 TEST(McpProtocol, NestingDepthCountsBracketsOutsideStringsOnly) {

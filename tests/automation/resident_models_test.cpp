@@ -1,26 +1,15 @@
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <algorithm>
 
 #include "quillet/automation/resident_models.hpp"
-#include "tests/guards/fake_process_table.hpp"
-#include "tests/automation/fake_memory_probe.hpp"
-#include "tests/support/model_server_stand_in.hpp"
+#include "tests/automation/automation_fixture.hpp"
 #include "tests/support/temp_home.hpp"
 
 namespace kelvor {
 namespace {
 
 constexpr std::uint64_t MB = 1000 * 1000;
-
-Proc process(std::int32_t pid, std::string args) {
-    Proc proc;
-    proc.pid = pid;
-    proc.args = std::move(args);
-    return proc;
-}
 
 TEST(ResidentModels, WeightsAreToldByExtensionOrBySizeButLibrariesNever) {
     struct Case {
@@ -51,9 +40,10 @@ TEST(ResidentModels, WeightsAreToldByExtensionOrBySizeButLibrariesNever) {
 
 TEST(ResidentModels, ServersAreMeasuredAndListedLargestFirst) {
     testing::FakeProcessTable table;
-    table.procs = std::vector<Proc>{process(10, "ollama serve"), process(11, "/usr/bin/bash"),
-                                    process(12, "llama-server -m a.gguf"), process(13, "ollama runner --model x"),
-                                    process(14, "vllm serve Qwen")};
+    table.procs = std::vector<Proc>{
+        {.pid = 10, .path = "", .args = "ollama serve"}, {.pid = 11, .path = "", .args = "/usr/bin/bash"},
+        {.pid = 12, .path = "", .args = "llama-server -m a.gguf"},
+        {.pid = 13, .path = "", .args = "ollama runner --model x"}, {.pid = 14, .path = "", .args = "vllm serve Qwen"}};
     testing::FakeMemoryProbe probe;
     probe.processes[10] = ProcessMemory{80 * MB, {{"/usr/lib/ollama/libggml-cuda.so", 300 * MB}}};
     probe.processes[11] = ProcessMemory{5 * MB, {}};
@@ -68,20 +58,10 @@ TEST(ResidentModels, ServersAreMeasuredAndListedLargestFirst) {
     EXPECT_EQ(found.servers[0].residentBytes, 900 * MB);
     ASSERT_EQ(found.servers[0].modelFiles.size(), 1u);
     EXPECT_EQ(found.servers[0].modelFiles[0].path, "/m/a.gguf");
-    EXPECT_EQ(found.servers[0].stopCommands.back(), "kill 12");
     EXPECT_EQ(found.servers[1].proc.pid, 10);
     EXPECT_TRUE(found.servers[1].modelFiles.empty()) << "a GPU library is not weights";
     EXPECT_EQ(found.servers[2].proc.pid, 14);
     EXPECT_TRUE(found.servers[2].memoryUnreadable);
-}
-
-TEST(ResidentModels, AnUnreadableTableIsSaidNotHiddenAsNoServers) {
-    testing::FakeProcessTable table;
-    table.procs.reset();
-    testing::FakeMemoryProbe probe;
-    RunningModelServers found = findRunningModelServers(table, probe);
-    EXPECT_TRUE(found.tableUnreadable);
-    EXPECT_TRUE(found.servers.empty());
 }
 
 TEST(ResidentModels, OllamaIsToldToStopTheModelsItsManifestsNameAndNoUnsafeName) {
@@ -101,7 +81,7 @@ TEST(ResidentModels, OllamaIsToldToStopTheModelsItsManifestsNameAndNoUnsafeName)
     EXPECT_TRUE(ollamaModelNames(models + "/elsewhere/sha256-" + digest).empty());
 
     testing::FakeProcessTable table;
-    table.procs = std::vector<Proc>{process(20, "/usr/bin/ollama runner --model " + blob)};
+    table.procs = std::vector<Proc>{{.pid = 20, .path = "", .args = "/usr/bin/ollama runner --model " + blob}};
     testing::FakeMemoryProbe probe;
     probe.processes[20] = ProcessMemory{2'000 * MB, {{blob, 2'000 * MB}}};
     RunningModelServers found = findRunningModelServers(table, probe);
@@ -113,30 +93,6 @@ TEST(ResidentModels, OllamaIsToldToStopTheModelsItsManifestsNameAndNoUnsafeName)
         EXPECT_EQ(command.find("reboot"), std::string::npos) << command;
         EXPECT_EQ(command.find("<model>"), std::string::npos) << command;
     }
-}
-
-TEST(ResidentModelsOnThisMachine, AServerThatMapsItsWeightsIsFoundWithThemResident) {
-    testing::TempHome home;
-    const std::string weights = home / "models/tiny-llama-q8_0.gguf";
-    constexpr std::uint64_t WEIGHTS_BYTES = 64ull << 20;
-    testing::writeWeightsFile(weights, WEIGHTS_BYTES);
-    testing::ModelServerStandIn server(home / "bin", "llama-server", weights, "-m " + weights + " --port 0");
-    ASSERT_GT(server.pid(), 0) << "the stand-in did not map its weights";
-
-    RunningModelServers found = findRunningModelServers(ProcessTable::real(), MemoryProbe::real());
-    ASSERT_FALSE(found.tableUnreadable);
-    auto mine = std::find_if(found.servers.begin(), found.servers.end(),
-                             [&](const RunningModelServer& each) { return each.proc.pid == server.pid(); });
-    ASSERT_NE(mine, found.servers.end());
-    EXPECT_EQ(mine->kind->name, "llama.cpp server");
-    EXPECT_EQ(mine->proc.path, server.executable());
-    EXPECT_GE(mine->residentBytes, WEIGHTS_BYTES) << "every page of the weights was touched";
-    ASSERT_EQ(mine->modelFiles.size(), 1u);
-    EXPECT_EQ(mine->modelFiles[0].path, weights);
-    EXPECT_EQ(mine->modelFiles[0].bytes, WEIGHTS_BYTES);
-    // This test's own process maps no weights and is no server.
-    EXPECT_TRUE(std::none_of(found.servers.begin(), found.servers.end(),
-                             [](const RunningModelServer& each) { return each.proc.pid == ::getpid(); }));
 }
 
 }  // namespace

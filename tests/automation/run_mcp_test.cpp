@@ -1,24 +1,12 @@
+// `kelvor --mode mcp` as an assistant's client starts it: a bare environment, lines on stdin.
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
-#include <sstream>
-
-#include "quillet/automation/protocol.hpp"
-#include "tests/support/run_program.hpp"
-#include "tests/support/temp_home.hpp"
+#include "tests/automation/automation_fixture.hpp"
 
 namespace kelvor {
 namespace {
 
-using testing::RunOutput;
-using testing::TempHome;
-
-// What an assistant's client passes to the server it starts: nothing but these six variables.
-std::vector<std::string> bareEnvironment(const TempHome& home) {
-    return {"HOME=" + home.path(), "PATH=/usr/local/bin:/usr/bin:/bin", "SHELL=/bin/sh", "TERM=xterm-256color",
-            "USER=kelvor-test", "LOGNAME=kelvor-test"};
-}
+using namespace testing;
 
 struct Session {
     RunOutput run;
@@ -32,7 +20,11 @@ Session converse(const std::vector<std::string>& lines) {
     std::string input;
     for (const std::string& line : lines) input += line + "\n";
     Session session;
-    session.run = testing::runProgram({KELVOR_BINARY, "--mode", "mcp"}, input, bareEnvironment(home));
+    // What a client passes to the server it starts: nothing but these six variables.
+    session.run = runProgram({KELVOR_BINARY, "--mode", "mcp"}, input,
+                             std::vector<std::string>{"HOME=" + home.path(), "PATH=/usr/local/bin:/usr/bin:/bin",
+                                                      "SHELL=/bin/sh", "TERM=xterm-256color", "USER=kelvor-test",
+                                                      "LOGNAME=kelvor-test"});
     std::istringstream out(session.run.out);
     for (std::string line; std::getline(out, line);) {
         Json message = Json::parse(line, nullptr, false);
@@ -43,31 +35,27 @@ Session converse(const std::vector<std::string>& lines) {
     return session;
 }
 
-std::string request(const Json& id, std::string_view method, Json params = Json::object()) {
-    return Json{{"jsonrpc", "2.0"}, {"id", id}, {"method", method}, {"params", std::move(params)}}.dump();
-}
-
-TEST(McpMode, InitializeAnswersTheAskedVersionWhenKnownAndTheNewestOtherwise) {
+TEST(McpMode, VersionsProtocolErrorsNotificationsAndIdsOnTheWire) {
     Session session = converse({request(1, "initialize", Json{{"protocolVersion", "2025-06-18"}}),
-                                request(2, "initialize", Json{{"protocolVersion", "1999-01-01"}}),
-                                request(3, "initialize")});
+                                request(2, "tools/list", Json{{"_meta", {{PROTOCOL_VERSION_META, "2030-01-01"}}}}),
+                                R"({"jsonrpc":"2.0","id":3,"method":"no/such"})",
+                                R"({"jsonrpc":"2.0","method":"notifications/initialized"})",
+                                R"({"jsonrpc":"2.0","id":"req-7","method":"ping"})", R"({"jsonrpc":"2.0","id":2,)",
+                                R"({"jsonrpc":"2.0","id":12345678901,"method":"ping"})"});
     EXPECT_EQ(session.run.status, 0);
-    ASSERT_EQ(session.answers.size(), 3u) << session.run.out;
+    ASSERT_EQ(session.answers.size(), 6u) << session.run.out;
     EXPECT_EQ(session.answers[0]["result"]["protocolVersion"], "2025-06-18");
-    EXPECT_EQ(session.answers[1]["result"]["protocolVersion"], "2025-11-25");
-    EXPECT_EQ(session.answers[2]["result"]["protocolVersion"], "2025-11-25");
-    EXPECT_EQ(session.answers[0]["result"]["serverInfo"], (Json{{"name", "kelvor"}, {"version", "1.0.14"}}));
-}
-
-TEST(McpMode, AnAnnouncedFutureVersionIsRefusedWithBothLists) {
-    Session session = converse({request(1, "tools/list", Json{{"_meta", {{PROTOCOL_VERSION_META, "2030-01-01"}}}})});
-    ASSERT_EQ(session.answers.size(), 1u) << session.run.out;
-    const Json& error = session.answers[0]["error"];
-    EXPECT_EQ(error["code"], -32022);
-    EXPECT_EQ(error["message"], "Unsupported protocol version");
-    EXPECT_EQ(error["data"]["requested"], "2030-01-01");
-    EXPECT_EQ(error["data"]["supported"], (Json{"2024-11-05", "2025-03-26", "2025-06-18", "2025-11-25"}));
-    EXPECT_EQ(session.answers[0]["id"], 1);
+    EXPECT_EQ(session.answers[0]["result"]["serverInfo"]["name"], "kelvor");
+    const Json& refused = session.answers[1]["error"];
+    EXPECT_EQ(refused["code"], -32022);
+    EXPECT_EQ(refused["message"], "Unsupported protocol version");
+    EXPECT_EQ(refused["data"]["supported"], (Json{"2024-11-05", "2025-03-26", "2025-06-18", "2025-11-25"}));
+    EXPECT_EQ(session.answers[2]["error"]["code"], -32601);
+    EXPECT_EQ(session.answers[2]["id"], 3);
+    EXPECT_EQ(session.answers[3]["id"], "req-7") << "the notification in between got no answer";
+    EXPECT_EQ(session.answers[4]["error"]["code"], -32700);
+    EXPECT_TRUE(session.answers[4]["id"].is_null());
+    EXPECT_EQ(session.answers[5]["id"], 12345678901LL);
 }
 
 TEST(McpMode, ALineOverTheLimitIsRefusedAndTheNextIsServed) {
@@ -85,22 +73,6 @@ TEST(McpMode, ALineOverTheLimitIsRefusedAndTheNextIsServed) {
     EXPECT_TRUE(session.answers[1]["id"].is_null());
     EXPECT_EQ(session.answers[2]["id"], 3);
     EXPECT_EQ(session.answers[2]["result"], Json::object());
-}
-
-TEST(McpMode, ProtocolErrorsNotificationsAndIdsOnTheWire) {
-    Session session = converse({R"({"jsonrpc":"2.0","id":1,"method":"no/such"})",
-                                R"({"jsonrpc":"2.0","method":"notifications/initialized"})",
-                                R"({"jsonrpc":"2.0","id":"req-7","method":"ping"})", R"({"jsonrpc":"2.0","id":2,)",
-                                R"({"jsonrpc":"2.0","id":12345678901,"method":"ping"})"});
-    EXPECT_EQ(session.run.status, 0);
-    ASSERT_EQ(session.answers.size(), 4u) << session.run.out;
-    EXPECT_EQ(session.answers[0]["error"]["code"], -32601);
-    EXPECT_EQ(session.answers[0]["id"], 1);
-    EXPECT_TRUE(session.answers[1]["id"].is_string()) << "the notification in between got no answer";
-    EXPECT_EQ(session.answers[1]["id"], "req-7");
-    EXPECT_EQ(session.answers[2]["error"]["code"], -32700);
-    EXPECT_TRUE(session.answers[2]["id"].is_null());
-    EXPECT_EQ(session.answers[3]["id"], 12345678901LL);
 }
 
 TEST(McpMode, ANotificationAloneWritesNothingAndClosedInputExitsZero) {

@@ -1,15 +1,9 @@
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <mutex>
-#include <sstream>
-
-#include "quillet/automation/server.hpp"
 #include "quillet/automation/tool_duplicates.hpp"
 #include "quillet/i18n/text.hpp"
+#include "tests/automation/automation_fixture.hpp"
 #include "tests/support/model_server_stand_in.hpp"
-#include "tests/support/run_program.hpp"
-#include "tests/support/temp_home.hpp"
 
 namespace kelvor {
 namespace {
@@ -41,7 +35,6 @@ TEST(ToolDuplicates, ReportsIdenticalCopiesWithTheirKeeperAndMovesNothing) {
     EXPECT_EQ(group["copies"][1]["keeper"], false);
     EXPECT_EQ(group["sha256"].get<std::string>().size(), 64u);
     EXPECT_EQ(payload["total_reclaimable"], 2 * MIB);
-    EXPECT_EQ(payload["note"], "byte-identical only; same model in different formats is intentionally not reported");
     EXPECT_EQ(payload["for_the_assistant"], trf(S::dupesToolBriefing));
     // Report only: every copy is where it was.
     for (const std::string& path : {first, second, sameSizeOtherBytes})
@@ -68,56 +61,25 @@ TEST(ToolDuplicates, AMinimumBelowOneMegabyteIsRaisedSoEmptyFilesAreNeverDuplica
     }
 }
 
-TEST(ToolDuplicatesThroughTheServer, FindsTheCopiesUnderTheHomeFolder) {
+TEST(ToolDuplicatesThroughTheServer, FindsTheCopiesUnderTheHomeFolderAndReportsProgressFirst) {
     testing::TempHome home;
     testing::writeWeightsFile(home / "models/a.safetensors", 3 * MIB);
     testing::writeWeightsFile(home / "backup/a.safetensors", 3 * MIB);
-    const std::string call =
-        R"({"jsonrpc":"2.0","id":"d","method":"tools/call","params":{"name":"kelvor_duplicates","arguments":{"min_mb":"2"}}})";
-    testing::RunOutput run = testing::runProgram({KELVOR_BINARY, "--mode", "mcp"}, call + "\n");
-    ASSERT_EQ(run.status, 0) << run.err;
-    std::istringstream lines(run.out);
-    std::string line;
-    ASSERT_TRUE(std::getline(lines, line)) << run.out;
-    Json answer = Json::parse(line);
-    ASSERT_EQ(answer["result"]["isError"], false) << line;
-    Json payload = Json::parse(answer["result"]["content"][0]["text"].get<std::string>());
+    std::vector<Json> lines = testing::callThroughMode(
+        {{"name", "kelvor_duplicates"}, {"arguments", {{"min_mb", "2"}}}, {"_meta", {{"progressToken", "dupes-1"}}}});
+    ASSERT_GE(lines.size(), 2u);
+    for (std::size_t i = 0; i + 1 < lines.size(); ++i) {
+        EXPECT_EQ(lines[i]["method"], "notifications/progress") << lines[i].dump();
+        EXPECT_EQ(lines[i]["params"]["progressToken"], "dupes-1");
+    }
+    ASSERT_EQ(lines.back()["result"]["isError"], false) << lines.back();
+    Json payload = testing::toolPayload(lines.back());
     EXPECT_EQ(payload["root"], home.path());
     EXPECT_EQ(payload["min_mb"], 2.0);
     ASSERT_EQ(payload["groups"].size(), 1u) << payload.dump(1);
     EXPECT_EQ(payload["groups"][0]["keeper"], home / "backup/a.safetensors");
     EXPECT_EQ(payload["total_reclaimable"], 3 * MIB);
     EXPECT_TRUE(payload.contains("_trust"));
-}
-
-TEST(ToolDuplicatesThroughTheServer, ACallWithAProgressTokenHearsProgressBeforeTheAnswer) {
-    testing::TempHome home;
-    testing::writeWeightsFile(home / "x/m.gguf", 2 * MIB);
-    std::mutex lock;
-    std::vector<Json> sent;
-    {
-        McpServer server(
-            [&](const std::string& line) {
-                std::lock_guard<std::mutex> hold(lock);
-                sent.push_back(Json::parse(line));
-            },
-            1);
-        server.receive(Json{{"jsonrpc", "2.0"},
-                            {"id", 4},
-                            {"method", "tools/call"},
-                            {"params", {{"name", "kelvor_duplicates"},
-                                        {"arguments", {{"min_mb", 1}}},
-                                        {"_meta", {{"progressToken", "dupes-1"}}}}}}
-                           .dump());
-        server.finish();
-    }
-    ASSERT_GE(sent.size(), 2u);
-    for (std::size_t i = 0; i + 1 < sent.size(); ++i) {
-        EXPECT_EQ(sent[i]["method"], "notifications/progress") << sent[i].dump();
-        EXPECT_EQ(sent[i]["params"]["progressToken"], "dupes-1");
-    }
-    EXPECT_EQ(sent.back()["id"], 4);
-    EXPECT_EQ(sent.back()["result"]["isError"], false);
 }
 
 }  // namespace

@@ -1,14 +1,12 @@
+// The memory report over a probe and process table the test presents, and once through the mode
+// with a real process that maps its weights.
 #include <gtest/gtest.h>
-
-#include <sstream>
+#include <unistd.h>
 
 #include "quillet/automation/tool_memory.hpp"
 #include "quillet/i18n/text.hpp"
-#include "tests/guards/fake_process_table.hpp"
-#include "tests/automation/fake_memory_probe.hpp"
+#include "tests/automation/automation_fixture.hpp"
 #include "tests/support/model_server_stand_in.hpp"
-#include "tests/support/run_program.hpp"
-#include "tests/support/temp_home.hpp"
 
 namespace kelvor {
 namespace {
@@ -17,14 +15,6 @@ constexpr std::uint64_t GB = 1000ull * 1000 * 1000;
 
 bool says(const Json& payload, const Sentence& sentence) {
     return payload["for_the_assistant"].get<std::string>().find(trf(sentence)) != std::string::npos;
-}
-
-Proc process(std::int32_t pid, std::string path, std::string args) {
-    Proc proc;
-    proc.pid = pid;
-    proc.path = std::move(path);
-    proc.args = std::move(args);
-    return proc;
 }
 
 TEST(ToolMemory, ReportsTheVerdictTheFiguresAndEachServerWithItsStopCommands) {
@@ -40,8 +30,9 @@ TEST(ToolMemory, ReportsTheVerdictTheFiguresAndEachServerWithItsStopCommands) {
     probe.facts.compressedBytes = 1 * GB;
     probe.facts.compressedOriginalBytes = 3 * GB;
     testing::FakeProcessTable table;
-    table.procs = std::vector<Proc>{process(300, "/usr/local/bin/ollama", "/usr/local/bin/ollama serve"),
-                                    process(301, "/usr/local/bin/ollama", "/usr/local/bin/ollama runner --model /b/sha256-ab")};
+    table.procs = std::vector<Proc>{
+        {.pid = 300, .path = "/usr/local/bin/ollama", .args = "/usr/local/bin/ollama serve"},
+        {.pid = 301, .path = "/usr/local/bin/ollama", .args = "/usr/local/bin/ollama runner --model /b/sha256-ab"}};
     probe.processes[300] = ProcessMemory{120'000'000, {}};
     probe.processes[301] = ProcessMemory{9 * GB, {{"/b/sha256-ab", 8 * GB}, {"/usr/lib/libm.so.6", 900'000}}};
 
@@ -83,7 +74,7 @@ TEST(ToolMemory, KeysAndTokensOnACommandLineAreNotPassedOn) {
     for (const Case& each : cases) {
         testing::FakeMemoryProbe probe;
         testing::FakeProcessTable table;
-        table.procs = std::vector<Proc>{process(5, "/usr/bin/llama-server", each.args)};
+        table.procs = std::vector<Proc>{{.pid = 5, .path = "/usr/bin/llama-server", .args = each.args}};
         probe.processes[5] = ProcessMemory{};
         Json payload = toolMemory(probe, table);
         ASSERT_EQ(payload["model_servers"].size(), 1u) << each.args;
@@ -94,7 +85,7 @@ TEST(ToolMemory, KeysAndTokensOnACommandLineAreNotPassedOn) {
 TEST(ToolMemory, WhatCannotBeKnownIsSaidAndNeverShownAsZero) {
     testing::FakeMemoryProbe probe;  // an old kernel: no pressure file, nothing but the process table
     testing::FakeProcessTable table;
-    table.procs = std::vector<Proc>{process(7, "/usr/bin/llama-server", "llama-server -m x.gguf")};
+    table.procs = std::vector<Proc>{{.pid = 7, .path = "/usr/bin/llama-server", .args = "llama-server -m x.gguf"}};
     probe.failures[7] = EACCES;
     Json payload = toolMemory(probe, table);
     EXPECT_EQ(payload["pressure"]["verdict"], "unknown");
@@ -122,34 +113,31 @@ TEST(ToolMemory, WhatCannotBeKnownIsSaidAndNeverShownAsZero) {
     EXPECT_TRUE(says(payload, S::memoryOthersHidden));
 }
 
-TEST(ToolMemoryThroughTheServer, NamesARunningModelServerWithItsResidentSize) {
+TEST(ToolMemoryThroughTheServer, NamesARunningModelServerWithItsWeightsResident) {
     testing::TempHome home;
     const std::string weights = home / "models/phi-3-mini-q4.gguf";
     constexpr std::uint64_t WEIGHTS_BYTES = 64ull << 20;
     testing::writeWeightsFile(weights, WEIGHTS_BYTES);
     testing::ModelServerStandIn server(home / "llama.cpp/build/bin", "llama-server", weights, "-m " + weights);
-    ASSERT_GT(server.pid(), 0);
+    ASSERT_GT(server.pid(), 0) << "the stand-in did not map its weights";
 
-    const std::string call =
-        R"({"jsonrpc":"2.0","id":1,"method":"tools/call","params":{"name":"kelvor_memory","arguments":{}}})";
-    testing::RunOutput run = testing::runProgram({KELVOR_BINARY, "--mode", "mcp"}, call + "\n");
-    ASSERT_EQ(run.status, 0) << run.err;
-    std::istringstream lines(run.out);
-    std::string line;
-    ASSERT_TRUE(std::getline(lines, line)) << run.out;
-    Json answer = Json::parse(line);
-    ASSERT_EQ(answer["result"]["isError"], false) << line;
-    Json payload = Json::parse(answer["result"]["content"][0]["text"].get<std::string>());
+    std::vector<Json> lines = testing::callThroughMode(Json{{"name", "kelvor_memory"}, {"arguments", Json::object()}});
+    ASSERT_EQ(lines.back()["result"]["isError"], false) << lines.back();
+    Json payload = testing::toolPayload(lines.back());
+    EXPECT_NE(payload["pressure"]["verdict"], nullptr);
     const Json* mine = nullptr;
-    for (const Json& each : payload["model_servers"])
+    for (const Json& each : payload["model_servers"]) {
         if (each["pid"] == server.pid()) mine = &each;
+        EXPECT_NE(each["pid"], ::getpid()) << "this test maps no weights and is no server";
+    }
     ASSERT_NE(mine, nullptr) << payload.dump(1);
     EXPECT_EQ((*mine)["server"], "llama.cpp server");
-    EXPECT_GE((*mine)["resident_bytes"].get<std::uint64_t>(), WEIGHTS_BYTES);
+    EXPECT_EQ((*mine)["executable"], server.executable());
+    EXPECT_GE((*mine)["resident_bytes"].get<std::uint64_t>(), WEIGHTS_BYTES) << "every page was touched";
     ASSERT_EQ((*mine)["mapped_model_files"].size(), 1u);
     EXPECT_EQ((*mine)["mapped_model_files"][0]["path"], weights);
+    EXPECT_EQ((*mine)["mapped_model_files"][0]["bytes"], WEIGHTS_BYTES);
     EXPECT_EQ((*mine)["stop_commands"].back(), "kill " + std::to_string(server.pid()));
-    EXPECT_NE(payload["pressure"]["verdict"], nullptr);
 }
 
 }  // namespace

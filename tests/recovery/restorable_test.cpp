@@ -18,32 +18,23 @@ RestorableItem row(const std::string& id, const std::string& origin, RecoveryKin
     return item;
 }
 
-std::vector<std::string> ids(const std::vector<RestorableItem>& rows) {
-    std::vector<std::string> out;
-    for (const RestorableItem& item : rows) out.push_back(item.id + "+" + std::to_string(item.folded));
-    return out;
-}
-
-TEST(FoldSameOrigin, KeepsTheNewestRowOfAPlaceAndCountsTheOlderOnes) {
-    std::vector<RestorableItem> rows = {
-        row("new", "/h/.npm/_cacache", RecoveryKind::trashed),
-        row("other", "/h/.cache/pip", RecoveryKind::trashed),
-        row("older", "/h/.npm/_cacache", RecoveryKind::trashed),
-        row("oldest", "/h/.npm/_cacache", RecoveryKind::trashed),
+TEST(FoldSameOrigin, KeepsTheNewestRowOfAPlaceButNeverFoldsHeldCopiesOrRowsOfAnotherKind) {
+    const std::string npm = "/h/.npm/_cacache", deno = "/h/.cache/deno";
+    const std::vector<std::pair<std::vector<RestorableItem>, std::vector<std::string>>> cases = {
+        {{row("new", npm, RecoveryKind::trashed), row("other", "/h/.cache/pip", RecoveryKind::trashed),
+          row("older", npm, RecoveryKind::trashed), row("oldest", npm, RecoveryKind::trashed)},
+         {"new+2", "other+0"}},
+        {{row("held-new", deno, RecoveryKind::quarantined), row("held-old", deno, RecoveryKind::quarantined),
+          row("trash", deno, RecoveryKind::trashed), row("gone", deno, RecoveryKind::refetch),
+          row("gone-older", deno, RecoveryKind::refetch)},
+         {"held-new+0", "held-old+0", "trash+0", "gone+1"}},
     };
-    EXPECT_EQ(ids(foldSameOrigin(rows)), (std::vector<std::string>{"new+2", "other+0"}));
-}
-
-TEST(FoldSameOrigin, NeverFoldsHeldCopiesOrRowsOfAnotherKind) {
-    std::vector<RestorableItem> rows = {
-        row("held-new", "/h/.cache/deno", RecoveryKind::quarantined),
-        row("held-old", "/h/.cache/deno", RecoveryKind::quarantined),
-        row("trash", "/h/.cache/deno", RecoveryKind::trashed),
-        row("gone", "/h/.cache/deno", RecoveryKind::refetch),
-        row("gone-older", "/h/.cache/deno", RecoveryKind::refetch),
-    };
-    EXPECT_EQ(ids(foldSameOrigin(rows)),
-              (std::vector<std::string>{"held-new+0", "held-old+0", "trash+0", "gone+1"}));
+    for (const auto& [rows, kept] : cases) {
+        std::vector<std::string> ids;
+        for (const RestorableItem& item : foldSameOrigin(rows))
+            ids.push_back(item.id + "+" + std::to_string(item.folded));
+        EXPECT_EQ(ids, kept);
+    }
 }
 
 TEST(RestorableItem, OnlyACopyThatComesBackAnotherWayIsSafeToDiscard) {

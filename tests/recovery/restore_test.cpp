@@ -2,14 +2,12 @@
 // `kelvor --mode restore` over what they left, with the Trash of the temporary home.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <map>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include <nlohmann/json.hpp>
 
@@ -21,27 +19,11 @@ namespace kelvor {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::readFile;
-using testing::RunOutput;
-using testing::TempHome;
-using testing::writeFile;
-
-const std::vector<std::string> ENGLISH = {"LANG=C", "LANGUAGE=", "LC_ALL=", "SHELL=/nonexistent", "HF_HOME=",
-                                          "npm_config_cache="};
+using namespace testing;
 
 bool contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
-RunOutput kelvor(const std::vector<std::string>& args, const std::vector<std::string>& extraEnvironment = {}) {
-    std::vector<std::string> environment = ENGLISH;
-    environment.insert(environment.end(), extraEnvironment.begin(), extraEnvironment.end());
-    return testing::runKelvorBinary(args, environment);
-}
-
-RunOutput restore(const std::vector<std::string>& extra = {}, const std::vector<std::string>& environment = {}) {
-    std::vector<std::string> args = {"--mode", "restore"};
-    args.insert(args.end(), extra.begin(), extra.end());
-    return kelvor(args, environment);
-}
+RunOutput restore(const std::vector<std::string>& extra = {}) { return runKelvorMode("restore", extra); }
 
 std::string today() {
     std::time_t now = std::time(nullptr);
@@ -95,6 +77,7 @@ struct TwoCleans {
     std::string npm = home / ".npm/_cacache";
     std::string deno = home / ".cache/deno";
     std::string coursier = home / ".cache/coursier/v1";
+    std::string trash = home / ".local/share/Trash/files";
     std::map<std::string, std::map<std::string, std::string>> before;
     std::string listing;
 
@@ -108,14 +91,13 @@ struct TwoCleans {
             ageTree(store);
             before[store] = treeState(store);
         }
-        fs::path held = fs::path(deno).parent_path();
-        RunOutput first = kelvor({"--mode", "clean", "--apply", "--yes"});
+        RunOutput first = runKelvorMode("clean", {"--apply", "--yes"});
         EXPECT_EQ(first.status, 0) << first.out << first.err;
         // The verified caches went; the unverified ones wait for the second clean.
         EXPECT_FALSE(fs::exists(hub)) << first.out;
         EXPECT_TRUE(fs::exists(deno)) << first.out;
         std::this_thread::sleep_for(std::chrono::milliseconds(1100));
-        RunOutput second = kelvor({"--mode", "clean", "--apply", "--yes", "--include-unverified"});
+        RunOutput second = runKelvorMode("clean", {"--apply", "--yes", "--include-unverified"});
         EXPECT_EQ(second.status, 0) << second.out << second.err;
         EXPECT_FALSE(fs::exists(deno)) << second.out;
         EXPECT_FALSE(fs::exists(coursier)) << second.out;
@@ -123,7 +105,7 @@ struct TwoCleans {
     }
 };
 
-TEST(RestoreCentre, ListsEveryMovedItemOnceMostRecentFirstWithItsKindAndWayBack) {
+TEST(RestoreCentre, ListsEachItemOnceRefusesAnAmbiguousFragmentAndRestoresByteForByteButNeverThroughALink) {
     TwoCleans cleans;
     const std::string& out = cleans.listing;
     EXPECT_TRUE(out.starts_with("Restore centre — recorded ways back (these outlive the Trash)\n")) << out;
@@ -145,17 +127,21 @@ TEST(RestoreCentre, ListsEveryMovedItemOnceMostRecentFirstWithItsKindAndWayBack)
         EXPECT_TRUE(contains(row, "one undo puts it back")) << row;
         EXPECT_TRUE(contains(row, " · " + today())) << row;
     }
-}
 
-TEST(RestoreCentre, RestoresTheNumberedRowByteForByteFromQuarantineAndFromTheTrash) {
-    TwoCleans cleans;
-    int second = 2;
-    std::string secondPath = rowNumber(cleans.listing, cleans.deno) == 2 ? cleans.deno : cleans.coursier;
-    RunOutput run = restore({"--path", std::to_string(second)});
-    EXPECT_EQ(run.status, 0) << run.out << run.err;
-    EXPECT_TRUE(contains(run.out, "  restored 1, failed 0\n")) << run.out;
+    std::vector<int> rows;
+    for (const std::string& store : {cleans.deno, cleans.coursier, cleans.hub}) rows.push_back(rowNumber(out, store));
+    std::sort(rows.begin(), rows.end());
+    RunOutput ambiguous = restore({"--path", "/.cache/"});
+    EXPECT_EQ(ambiguous.status, 2);
+    EXPECT_EQ(ambiguous.err, "✗ /.cache/ names 3 rows — use the number shown: " + std::to_string(rows[0]) + ", " +
+                                 std::to_string(rows[1]) + ", " + std::to_string(rows[2]) + "\n");
+    for (const std::string& store : {cleans.hub, cleans.deno, cleans.coursier}) EXPECT_FALSE(fs::exists(store));
+
+    std::string secondPath = rowNumber(out, cleans.deno) == 2 ? cleans.deno : cleans.coursier;
+    RunOutput held = restore({"--path", "2"});
+    EXPECT_EQ(held.status, 0) << held.out << held.err;
+    EXPECT_TRUE(contains(held.out, "  restored 1, failed 0\n")) << held.out;
     EXPECT_EQ(treeState(secondPath), cleans.before[secondPath]);
-
     RunOutput fromTrash = restore({"--path", "_cacache"});
     EXPECT_EQ(fromTrash.status, 0) << fromTrash.out << fromTrash.err;
     EXPECT_EQ(treeState(cleans.npm), cleans.before[cleans.npm]);
@@ -164,27 +150,53 @@ TEST(RestoreCentre, RestoresTheNumberedRowByteForByteFromQuarantineAndFromTheTra
     EXPECT_FALSE(contains(after, secondPath + "  (")) << after;
     EXPECT_FALSE(contains(after, cleans.npm + "  (")) << after;
     EXPECT_TRUE(contains(after, cleans.hub + "  (")) << after;
+
+    // Never into a folder that became a link: the one the hub came out of now leads elsewhere.
+    const std::string elsewhere = cleans.home / "elsewhere";
+    fs::create_directories(elsewhere);
+    fs::remove_all(cleans.home / ".cache/huggingface");
+    fs::create_directory_symlink(elsewhere, cleans.home / ".cache/huggingface");
+    RunOutput linked = restore({"--path", "huggingface"});
+    EXPECT_EQ(linked.status, 1);
+    EXPECT_TRUE(contains(linked.err, "is now a link")) << linked.err;
+    EXPECT_TRUE(fs::is_empty(elsewhere));
+    EXPECT_TRUE(fs::exists(cleans.trash + "/hub"));
 }
 
-TEST(RestoreCentre, AFragmentNamingSeveralRowsIsRefusedWithTheirNumbersAndNothingMoves) {
+TEST(RestoreCentre, DiscardEmptiesExactlyItsRowAndNeverATrashEntryKelvorDidNotMove) {
     TwoCleans cleans;
-    std::string numbers;
-    std::vector<int> rows;
-    for (const std::string& store : {cleans.deno, cleans.coursier, cleans.hub})
-        rows.push_back(rowNumber(cleans.listing, store));
-    std::sort(rows.begin(), rows.end());
-    for (int number : rows) numbers += (numbers.empty() ? "" : ", ") + std::to_string(number);
-    RunOutput run = restore({"--path", "/.cache/"});
-    EXPECT_EQ(run.status, 2);
-    EXPECT_EQ(run.err, "✗ /.cache/ names 3 rows — use the number shown: " + numbers + "\n");
-    for (const std::string& store : {cleans.hub, cleans.deno, cleans.coursier}) EXPECT_FALSE(fs::exists(store));
+    writeFile(cleans.trash + "/other.txt", "someone else's");
+    RunOutput run = restore({"--path", std::to_string(rowNumber(cleans.listing, cleans.hub)), "--discard"});
+    EXPECT_EQ(run.status, 0) << run.out << run.err;
+    EXPECT_FALSE(fs::exists(cleans.trash + "/hub")) << run.out;
+    EXPECT_TRUE(fs::exists(cleans.trash + "/_cacache/content-v2/sha512/x"));
+    EXPECT_EQ(readFile(cleans.trash + "/other.txt"), "someone else's");
+    std::string after = restore().out;
+    EXPECT_FALSE(contains(after, cleans.hub)) << after;
+    EXPECT_TRUE(contains(after, cleans.npm)) << after;
+    EXPECT_TRUE(contains(after, cleans.deno)) << after;
+
+    // Another program emptied the npm entry and the person trashed something else of that name:
+    // neither discarding nor restoring that row touches it.
+    const std::string entry = cleans.trash + "/_cacache";
+    fs::remove_all(entry);
+    writeFile(entry, "not Kelvor's");
+    RunOutput discard = restore({"--path", std::to_string(rowNumber(after, cleans.npm)), "--discard"});
+    EXPECT_EQ(discard.status, 1) << discard.out;
+    EXPECT_TRUE(contains(discard.err, "✗ " + cleans.npm + " — ")) << discard.err;
+    EXPECT_EQ(readFile(entry), "not Kelvor's");
+    RunOutput back = restore({"--path", "_cacache"});
+    EXPECT_EQ(back.status, 1);
+    EXPECT_TRUE(contains(back.err, "the Trash entry is not the one Kelvor moved")) << back.err;
+    EXPECT_FALSE(fs::exists(cleans.npm));
+
 }
 
 TEST(RestoreCentre, ARowEmptiedFromTheTrashByAnotherProgramIsShownGoneWithTheDateFirstSeen) {
     TwoCleans cleans;
-    RunOutput emptied = testing::runProgram({"/usr/bin/trash-empty"}, "y\n");
+    RunOutput emptied = runProgram({"/usr/bin/trash-empty"}, "y\n");
     ASSERT_EQ(emptied.status, 0) << emptied.err;
-    ASSERT_FALSE(fs::exists(cleans.home / ".local/share/Trash/files/hub"));
+    ASSERT_FALSE(fs::exists(cleans.trash + "/hub"));
     std::string out = restore().out;
     std::string row = rowText(out, rowNumber(out, cleans.hub));
     EXPECT_TRUE(contains(row, "gone — not where the record says since " + today())) << out;
@@ -203,52 +215,6 @@ TEST(RestoreCentre, ARowEmptiedFromTheTrashByAnotherProgramIsShownGoneWithTheDat
     EXPECT_TRUE(contains(out, "[Quarantined] " + cleans.deno)) << out;
 }
 
-TEST(RestoreCentre, DiscardEmptiesExactlyThatRowFromTheTrash) {
-    TwoCleans cleans;
-    const std::string trash = cleans.home / ".local/share/Trash/files";
-    writeFile(trash + "/other.txt", "someone else's");
-    RunOutput run = restore({"--path", std::to_string(rowNumber(cleans.listing, cleans.hub)), "--discard"});
-    EXPECT_EQ(run.status, 0) << run.out << run.err;
-    EXPECT_FALSE(fs::exists(trash + "/hub")) << run.out;
-    EXPECT_TRUE(fs::exists(trash + "/_cacache/content-v2/sha512/x"));
-    EXPECT_EQ(readFile(trash + "/other.txt"), "someone else's");
-    std::string after = restore().out;
-    EXPECT_FALSE(contains(after, cleans.hub)) << after;
-    EXPECT_TRUE(contains(after, cleans.npm)) << after;
-    EXPECT_TRUE(contains(after, cleans.deno)) << after;
-}
-
-TEST(RestoreCentre, DiscardRefusesATrashEntryKelvorDidNotMove) {
-    TwoCleans cleans;
-    // Another program emptied the entry and the person trashed something else of that name.
-    const std::string entry = cleans.home / ".local/share/Trash/files/_cacache";
-    fs::remove_all(entry);
-    writeFile(entry, "not Kelvor's");
-    RunOutput run = restore({"--path", std::to_string(rowNumber(cleans.listing, cleans.npm)), "--discard"});
-    EXPECT_EQ(run.status, 1) << run.out;
-    EXPECT_TRUE(contains(run.err, "✗ " + cleans.npm + " — ")) << run.err;
-    EXPECT_EQ(readFile(entry), "not Kelvor's");
-    // Nor is it put in the place the row names.
-    RunOutput back = restore({"--path", "_cacache"});
-    EXPECT_EQ(back.status, 1);
-    EXPECT_TRUE(contains(back.err, "the Trash entry is not the one Kelvor moved")) << back.err;
-    EXPECT_FALSE(fs::exists(cleans.npm));
-}
-
-TEST(RestoreCentre, NeverRestoresIntoAFolderThatBecameALink) {
-    TwoCleans cleans;
-    // The folder the cache came out of is swapped for a link to somewhere else.
-    const std::string elsewhere = cleans.home / "elsewhere";
-    fs::create_directories(elsewhere);
-    fs::remove_all(cleans.home / ".npm");
-    fs::create_directory_symlink(elsewhere, cleans.home / ".npm");
-    RunOutput run = restore({"--path", "_cacache"});
-    EXPECT_EQ(run.status, 1);
-    EXPECT_TRUE(contains(run.err, "is now a link")) << run.err;
-    EXPECT_TRUE(fs::is_empty(elsewhere));
-    EXPECT_TRUE(fs::exists(cleans.home / ".local/share/Trash/files/_cacache"));
-}
-
 TEST(RestoreCentre, DiscardWithoutARowSaysHowToNameOne) {
     TempHome home;
     RunOutput run = restore({"--discard"});
@@ -256,57 +222,49 @@ TEST(RestoreCentre, DiscardWithoutARowSaysHowToNameOne) {
     EXPECT_TRUE(run.err.starts_with("usage: kelvor --mode restore --path ")) << run.err;
 }
 
-// A folder on PATH holding a stand-in for the `hf` tool that runs `script`.
-std::string fakeTool(const TempHome& home, const std::string& script) {
-    const std::string bin = home / "bin";
-    writeFile(bin + "/hf", "#!/bin/sh\n" + script);
-    ::chmod(bin.c_str(), 0755);
-    ::chmod((bin + "/hf").c_str(), 0755);
-    return "PATH=" + bin + ":/usr/bin:/bin";
-}
-
-// A clean whose hub row records the command that fetches it again, emptied from the Trash since.
-struct GoneWithCommand {
-    TempHome home;
-    std::string hub = home / ".cache/huggingface/hub";
-
-    GoneWithCommand() {
-        writeFile(hub + "/models--tiny/blobs/b", "weights");
-        ageTree(hub);
-        RunOutput clean = kelvor({"--mode", "clean", "--apply", "--yes"});
-        EXPECT_EQ(clean.status, 0) << clean.out << clean.err;
-        for (const auto& file : fs::directory_iterator(home / ".kelvor/undo")) {
-            if (file.path().extension() != ".json") continue;
-            nlohmann::json record = nlohmann::json::parse(readFile(file.path()));
-            for (auto& row : record["items"]) row["undoCmd"] = {"hf", "download", "tiny"};
-            writeFile(file.path(), record.dump());
-        }
-        fs::remove_all(home / ".local/share/Trash/files/hub");
-    }
-};
-
 TEST(RestoreCentre, AGoneRowComesBackByItsRecordedCommandAndOnlyWhenItIsReallyBack) {
-    GoneWithCommand gone;
+    TempHome home;
+    const std::string hub = home / ".cache/huggingface/hub";
+    writeFile(hub + "/models--tiny/blobs/b", "weights");
+    ageTree(hub);
+    RunOutput clean = runKelvorMode("clean", {"--apply", "--yes"});
+    ASSERT_EQ(clean.status, 0) << clean.out << clean.err;
+    // The hub row records the command that fetches it again, and is emptied from the Trash since.
+    for (const auto& file : fs::directory_iterator(home / ".kelvor/undo")) {
+        if (file.path().extension() != ".json") continue;
+        nlohmann::json record = nlohmann::json::parse(readFile(file.path()));
+        for (auto& row : record["items"]) row["undoCmd"] = {"hf", "download", "tiny"};
+        writeFile(file.path(), record.dump());
+    }
+    fs::remove_all(home / ".local/share/Trash/files/hub");
+
     RunOutput listed = restore();
-    EXPECT_TRUE(contains(listed.out, "[Gone] " + gone.hub)) << listed.out;
+    EXPECT_TRUE(contains(listed.out, "[Gone] " + hub)) << listed.out;
     EXPECT_TRUE(contains(listed.out, "the recorded command brings it back: hf download tiny")) << listed.out;
     EXPECT_TRUE(contains(listed.out, "first seen missing " + today())) << listed.out;
 
-    RunOutput missing = restore({"--path", "1"}, {"PATH=/nonexistent"});
+    home.setEnv("PATH", "/nonexistent");
+    RunOutput missing = restore({"--path", "1"});
     EXPECT_EQ(missing.status, 1);
     EXPECT_TRUE(contains(missing.err, "hf is not installed here")) << missing.err;
 
-    RunOutput idle = restore({"--path", "1"}, {fakeTool(gone.home, "exit 0\n")});
-    EXPECT_EQ(idle.status, 1);
-    EXPECT_TRUE(contains(idle.err, "exited 0 but nothing is back at " + gone.hub + " — record kept")) << idle.err;
-
-    RunOutput failing = restore({"--path", "1"}, {fakeTool(gone.home, "exit 3\n")});
-    EXPECT_TRUE(contains(failing.err, "the command failed")) << failing.err;
-
-    std::string fetch = "[ \"$1 $2\" = 'download tiny' ] && mkdir -p '" + gone.hub + "/models--tiny'\n";
-    RunOutput fetched = restore({"--path", "1"}, {fakeTool(gone.home, fetch)});
-    EXPECT_EQ(fetched.status, 0) << fetched.err;
-    EXPECT_TRUE(fs::is_directory(gone.hub + "/models--tiny"));
+    // A stand-in for the `hf` tool, first on PATH, that runs each script in turn.
+    const std::string bin = home / "bin";
+    home.setEnv("PATH", bin + ":/usr/bin:/bin");
+    const std::string fetch = "[ \"$1 $2\" = 'download tiny' ] && mkdir -p '" + hub + "/models--tiny'\n";
+    const std::pair<std::string, std::string> runs[] = {
+        {"exit 0\n", "exited 0 but nothing is back at " + hub + " — record kept"},
+        {"exit 3\n", "the command failed"},
+        {fetch, ""}};
+    for (const auto& [script, refusal] : runs) {
+        writeFile(bin + "/hf", "#!/bin/sh\n" + script);
+        ::chmod(bin.c_str(), 0755);
+        ::chmod((bin + "/hf").c_str(), 0755);
+        RunOutput run = restore({"--path", "1"});
+        EXPECT_EQ(run.status, refusal.empty() ? 0 : 1) << script << run.err;
+        EXPECT_TRUE(contains(run.err, refusal)) << script << run.err;
+    }
+    EXPECT_TRUE(fs::is_directory(hub + "/models--tiny"));
     EXPECT_TRUE(contains(restore().out, "nothing to restore"));
 }
 
