@@ -42,7 +42,6 @@ TEST(Executor, VerifiedStoresGoToTheTrashUnverifiedToTheQuarantineAndBlockedOnes
                                         targetAt(home / "held", "Ollama")};
     targets[3].violations.push_back({.reason = "Ollama is running", .quitFrees = true});
     ApplyContext context{.files = &trash, .quarantine = folderQuarantine(home / "test-quarantine")};
-
     CleanOutcome outcome = applyCleanPlan(targets, {}, context);
     std::vector<ItemFate> fates;
     for (const auto& item : outcome.items) fates.push_back(item.fate);
@@ -54,7 +53,6 @@ TEST(Executor, VerifiedStoresGoToTheTrashUnverifiedToTheQuarantineAndBlockedOnes
     EXPECT_FALSE(fs::exists(home / "a"));
     EXPECT_TRUE(fs::exists(home / "test-quarantine/unverified/top"));
     EXPECT_TRUE(fs::exists(home / "held/top"));
-
     ASSERT_TRUE(outcome.manifestPath);
     EXPECT_EQ(recordAt(*outcome.manifestPath)["open"], false);
     std::vector<ManifestItem> rows = rowsOf(*outcome.manifestPath);
@@ -203,7 +201,6 @@ TEST(Executor, ARunKilledAnywhereLeavesARecordThatUndoTakesBackWithoutLosingAByt
             if (stopBefore == 0) ::usleep(std::uniform_int_distribution<useconds_t>(0, 12000)(random));
             run.kill();
         }
-
         std::vector<std::string> records = undoRecordsNewestFirst();
         std::set<std::string> moved;
         for (const CleanTarget& target : targets)
@@ -228,7 +225,6 @@ TEST(Executor, ARunKilledAnywhereLeavesARecordThatUndoTakesBackWithoutLosingAByt
             for (const std::string& path : settled) EXPECT_TRUE(moved.contains(path)) << path;
             EXPECT_LE(pendingMoved, 1u);
         }
-
         UndoOutcome undone = runUndo(records.front(), trash);
         EXPECT_EQ(undone.restored, static_cast<int>(settled.size()));
         std::size_t neverFinished = 0;

@@ -54,7 +54,6 @@ TEST(Manifest, ARecordIsNamedByItsTimeAndHoldsEveryKeyOfItsRows) {
     ASSERT_TRUE(back);
     EXPECT_EQ(back->bytes, rows[0].bytes);
     EXPECT_EQ(back->originalPath, rows[0].originalPath);
-
     // A rewrite that does not say whether the run is open keeps what the record said.
     rows[0].pending = false;
     ASSERT_TRUE(writeManifest(rows, *path, std::nullopt, clock));

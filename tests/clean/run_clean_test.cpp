@@ -79,7 +79,6 @@ TEST(RunClean, ADryRunMeasuresTheVerifiedStoresShowsTheRestAndMovesNothing) {
     EXPECT_TRUE(fresh.err.empty()) << "no progress line when standard error is not a terminal";
     auto applyOnly = clean({"--apply"});
     EXPECT_TRUE(applyOnly.out.starts_with("--apply without --yes: showing the plan only")) << applyOnly.out;
-
     for (const char* tree : {".cache/huggingface", ".npm", ".cache/JetBrains"}) ageTree(home / tree);
     auto run = clean();
     size_t leftAlone = run.out.find("Not offered — yours to judge, or protected:");
@@ -170,7 +169,6 @@ TEST(RunClean, ApplyMovesVerifiedStoresToTheTrashUnverifiedToTheQuarantineAndUnd
     EXPECT_TRUE(fs::exists(home / ".cache/JetBrains/IdeaIC2024.3/index")) << "tier C never moves";
     EXPECT_FALSE(fs::is_empty(home / ".local/share/Trash/files")) << run.out;
     EXPECT_NE(run.out.find("  undo record: " + (home / ".kelvor/undo/")), std::string::npos) << run.out;
-
     auto undo = runKelvorBinary({"--undo"}, ENGLISH);
     EXPECT_EQ(undo.status, 0) << undo.out;
     EXPECT_EQ(snapshotTree(home / ".npm"), npm) << undo.out;

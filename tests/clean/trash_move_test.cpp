@@ -53,7 +53,6 @@ TEST(TrashMove, MovesIntoTheHomeTrashWithItsRecordAndMark) {
     auto before = WallClock::now();
     TrashOutcome outcome = trash(original);
     ASSERT_TRUE(outcome.moved()) << outcome.refusal->message;
-
     EXPECT_FALSE(fs::exists(fs::symlink_status(original)));
     EXPECT_EQ(fs::path(outcome.destination).parent_path(), home / ".local/share/Trash/files");
     EXPECT_EQ(readFile(outcome.destination), "payload");
@@ -67,7 +66,6 @@ TEST(TrashMove, MovesIntoTheHomeTrashWithItsRecordAndMark) {
     std::string earliest = localTrashStamp(before), latest = localTrashStamp(WallClock::now());
     EXPECT_LE(earliest, date[1].str());
     EXPECT_GE(latest, date[1].str()) << "the date is local time";
-
     std::optional<MovedMark> mark = movedMark(outcome.destination);
     ASSERT_TRUE(mark);
     EXPECT_EQ(mark->originalPath, original);
@@ -86,7 +84,6 @@ TEST(TrashMove, TwoItemsOfOneNameBothStayAndATakenRecordNameIsNeverOverwritten) 
     EXPECT_EQ(readFile(second.destination), "second");
     EXPECT_NE(infoOf(first.destination), infoOf(second.destination));
     EXPECT_TRUE(fs::exists(infoOf(second.destination)));
-
     writeFile(home / ".local/share/Trash/info/x.trashinfo", "someone else's");
     writeFile(home / "x", "mine");
     TrashOutcome outcome = trash(home / "x");
@@ -158,7 +155,6 @@ TEST(TrashMove, VerifyDiscardRefusesEverythingItCannotProve) {
               "[Trash Info]\nPath=" + home / "foreign.bin" + "\nDeletionDate=2026-01-01T00:00:00\n");
     writeFile(home / "outside.bin", "o");
     writeFile(home / ".kelvor/undo/run.json", "{}");
-
     struct Case {
         std::string path;
         std::string expected;
@@ -179,7 +175,6 @@ TEST(TrashMove, VerifyDiscardRefusesEverythingItCannotProve) {
         DiscardCheck check = verifyDiscard(c.path, c.expected);
         EXPECT_EQ(check.refusal ? check.refusal->message : "", c.refusal) << c.path;
     }
-
     // The Trash's own record for the spot now names something else: the spot was reused.
     writeFile(infoOf(mine.destination), "[Trash Info]\nPath=" + home / "impostor" + "\nDeletionDate=2026-01-01T00:00:00\n");
     DiscardCheck reused = verifyDiscard(mine.destination, home / "mine.bin");
@@ -206,7 +201,6 @@ TEST(TrashMove, AnItemOnAnotherMountGoesToThatMountsTrash) {
     std::vector<std::string> folders = trashFolders();
     EXPECT_NE(std::find(folders.begin(), folders.end(), home / ("disk/.Trash-" + uid)), folders.end())
         << "the mount's Trash is found from the mount table";
-
     // A shared ".Trash" with the sticky bit takes precedence; without it, it is ignored.
     fs::create_directory(home / "disk/.Trash");
     ::chmod((home / "disk/.Trash").c_str(), 01777);
@@ -240,7 +234,6 @@ TEST(TrashMove, WithoutExtendedAttributesTheMarkLivesInKelvorsRecords) {
     EXPECT_FALSE(verifyDiscard(outcome.destination, original).refusal);
     DiscardCheck other = verifyDiscard(outcome.destination, home / "plain/other.bin");
     EXPECT_EQ(other.refusal ? other.refusal->message : "", "the file at that spot in the Trash came from somewhere else — not discarding it");
-
     // A new file at another spot with a reused inode number carries no mark.
     writeFile(home / "plain/.Trash-" + std::to_string(::getuid()) + "/files/unmarked", "u");
     EXPECT_FALSE(movedMark(home / "plain/.Trash-" + std::to_string(::getuid()) + "/files/unmarked"));
@@ -255,7 +248,6 @@ TEST(TrashMove, TrashCliAndKelvorEachSeeWhatTheOtherMoved) {
     ASSERT_TRUE(outcome.moved());
     writeFile(home / "theirs/old.log", "theirs");
     shellOutput("trash-put '" + home / "theirs/old.log" + "' 2>&1");
-
     std::vector<TrashOther> others = trashOthers({}, 100);
     ASSERT_EQ(others.size(), 1u);
     EXPECT_EQ(others[0].origin, home / "theirs/old.log");
@@ -266,7 +258,6 @@ TEST(TrashMove, TrashCliAndKelvorEachSeeWhatTheOtherMoved) {
     EXPECT_EQ(run.status, 0);
     EXPECT_NE(run.out.find(home / "theirs/old.log"), std::string::npos) << run.out;
     EXPECT_EQ(run.out.find("notes with blank"), std::string::npos) << "Kelvor's own entry is not listed: " << run.out;
-
     std::string listed = shellOutput("trash-list 2>&1");
     EXPECT_NE(listed.find(ours), std::string::npos) << listed;
     shellOutput("cd '" + home / "work" + "' && echo 0 | trash-restore '" + home / "work" + "' 2>&1");
@@ -280,7 +271,6 @@ TEST(TrashMove, WhatGioTrashMovedIsListedWithItsOrigin) {
     writeFile(home / "theirs/report 100%.txt", "theirs");
     shellOutput("gio trash '" + home / "theirs/report 100%.txt" + "' 2>&1");
     ASSERT_FALSE(fs::exists(home / "theirs/report 100%.txt")) << "gio could not move it";
-
     std::vector<TrashOther> others = trashOthers({}, 100);
     ASSERT_EQ(others.size(), 1u);
     EXPECT_EQ(others[0].origin, home / "theirs/report 100%.txt");
@@ -303,20 +293,16 @@ TEST(TrashMove, ForeignEntriesArePutBackOrDeletedOnlyByTheRules) {
     EXPECT_TRUE(back.done) << back.message;
     EXPECT_EQ(readFile(home / "back/a.txt"), "a.txt");
     EXPECT_FALSE(fs::exists(home / ".local/share/Trash/info/a.txt.trashinfo"));
-
     writeFile(home / "back/b.txt", "already here");
     TrashAction taken = putBackOther(foreign("b.txt", home / "back/b.txt"));
     EXPECT_FALSE(taken.done);
     EXPECT_EQ(taken.message, "something is already at the original path");
     EXPECT_EQ(readFile(home / "back/b.txt"), "already here");
-
     TrashAction folderGone = putBackOther(foreign("c.txt", home / "gone/c.txt"));
     EXPECT_EQ(folderGone.message, "the folder it came from no longer exists");
-
     writeFile(trashFiles + "/norecord.txt", "n");
     TrashAction noRecord = putBackOther(TrashOther{trashFiles + "/norecord.txt", 1, "", std::nullopt});
     EXPECT_EQ(noRecord.message, "the file manager did not record where this came from — use its Restore command if it offers one");
-
     TrashAction deleted = deleteOther(TrashOther{trashFiles + "/c.txt", 1, "", std::nullopt});
     EXPECT_TRUE(deleted.done) << deleted.message;
     EXPECT_FALSE(fs::exists(trashFiles + "/c.txt"));

@@ -50,7 +50,6 @@ TEST_F(Undo, PutsEveryMovedItemBackByteForByteAndASecondUndoSaysItIsDone) {
     TreeState before = snapshotTree(home / "caches");
     std::string record = cleaned({home / "caches/one", home / "caches/two"});
     ASSERT_FALSE(fs::exists(home / "caches/one"));
-
     UndoOutcome first = runUndo("last", trash);
     EXPECT_EQ(first.restored, 2) << allLines(first);
     EXPECT_TRUE(first.complete());
@@ -58,7 +57,6 @@ TEST_F(Undo, PutsEveryMovedItemBackByteForByteAndASecondUndoSaysItIsDone) {
     EXPECT_EQ(snapshotTree(home / "caches"), before) << "every byte, mode and time as it was";
     EXPECT_FALSE(fs::exists(record));
     EXPECT_TRUE(fs::exists(retiredManifestPath(record)));
-
     UndoOutcome again = runUndo("last", trash);
     EXPECT_TRUE(saysLine(again, "Already undone:")) << allLines(again);
     EXPECT_TRUE(saysLine(again, "The most recent cleanup is already undone")) << allLines(again);
@@ -70,7 +68,6 @@ TEST_F(Undo, PutsEveryMovedItemBackByteForByteAndASecondUndoSaysItIsDone) {
 TEST_F(Undo, NeverOverwritesWhatWasPutBackByHandAndKeepsTheRecord) {
     std::string record = cleaned({home / "caches/one", home / "caches/two"});
     writeFile(home / "caches/one/new-data", "made since");
-
     UndoOutcome outcome = runUndo(record, trash);
     EXPECT_EQ(outcome.occupied, 1);
     EXPECT_EQ(outcome.restored, 1);
@@ -83,7 +80,6 @@ TEST_F(Undo, NeverOverwritesWhatWasPutBackByHandAndKeepsTheRecord) {
     nlohmann::json items = recordAt(record)["items"];
     EXPECT_FALSE(items[0].value("restored", false));
     EXPECT_TRUE(items[1].value("restored", false));
-
     // Once the place is free again, only the row left over comes back.
     fs::rename(home / "caches/one", home / "elsewhere");
     UndoOutcome retry = runUndo(record, trash);
@@ -106,7 +102,6 @@ TEST_F(Undo, AQuarantinedItemComesBackThroughTheQuarantineBesideWhatNowStandsThe
     ASSERT_EQ(outcome.countWith(ItemFate::quarantined), 2);
     ASSERT_TRUE(fs::exists(home / ".kelvor/quarantine"));
     writeFile(home / "caches/taken/new", "made since");
-
     UndoOutcome undone = runUndo(*outcome.manifestPath, trash);
     EXPECT_EQ(undone.restored, 2) << allLines(undone);
     EXPECT_EQ(snapshotTree(home / "caches/review"), before);
@@ -126,7 +121,6 @@ TEST_F(Undo, RefusesAParentThatBecameALinkOrAnotherFolder) {
     fs::create_directory_symlink(home / "target", home / "linked");
     fs::rename(home / "swapped", home / "swapped-was");
     fs::create_directories(home / "swapped");
-
     UndoOutcome outcome = runUndo(record, trash);
     EXPECT_EQ(outcome.restored, 0) << allLines(outcome);
     EXPECT_TRUE(saysLine(outcome, "  ⚠ the folder it came out of is now a link", home / "linked/store"))
@@ -160,7 +154,6 @@ TEST_F(Undo, LastSkipsAnUnreadableNewestRecordAndSaysSo) {
         << allLines(outcome);
     EXPECT_EQ(outcome.restored, 1);
     EXPECT_EQ(testing::readFile(newest), "{ not json") << "an unreadable record is never rewritten";
-
     fs::remove(retiredManifestPath(record));
     UndoOutcome alone = runUndo("last", trash);
     EXPECT_TRUE(saysLine(alone, "The most recent undo record cannot be read, and there is no earlier one."))
@@ -187,7 +180,6 @@ TEST_F(Undo, RowsItCannotTakeBackAreReportedAndKeepTheRecordOpen) {
     value["items"].push_back(tool);
     value["items"].push_back(nlohmann::json{{"originalPath", 7}});
     ASSERT_TRUE(writeJsonRecord(record, value));
-
     UndoOutcome outcome = runUndo(record, trash);
     EXPECT_EQ(outcome.restored, 1);
     EXPECT_TRUE(saysLine(outcome, "  ✗ this build cannot take back a \"relocate\" row", home / "moved-away"))

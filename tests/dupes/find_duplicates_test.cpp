@@ -89,7 +89,6 @@ TEST_F(FindDuplicates, ReadsAFileOnceHoweverManyLinksItHasAndLinksAloneAreNoGrou
     Found again = find({copyAt(home / "link"), copyAt(home / "linked"), copyAt(home / "copy")});
     EXPECT_EQ(again.hashed, 0) << "both names are cached";
     EXPECT_EQ(again.groups.size(), 1u);
-
     ModelCopy gone = write(home / "gone", "twelve bytes");
     fs::remove(home / "gone");
     EXPECT_TRUE(find({linked, copyAt(home / "link"), gone}).groups.empty()) << "links and an unreadable file";
@@ -171,7 +170,6 @@ TEST_F(FindDuplicates, DupeProofNamesTheKeeperAndHoldsOnlyUntilTheCopyOrItsKeepe
     EXPECT_EQ(proof.evidence(home / "a"), std::nullopt);
     EXPECT_EQ(proof.refusal(home / "b"), std::nullopt);
     EXPECT_EQ(proof.refusal(home / "d"), std::nullopt);
-
     const std::string stale = "no longer proven identical to the copy that stays — one of the two changed since the scan";
     testing::writeFile(home / "a", "p, changed");  // the keeper
     testing::writeFile(home / "d", "qq, changed");  // the copy

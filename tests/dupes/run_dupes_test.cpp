@@ -93,7 +93,6 @@ TEST(RunDupes, StoreCopyStaysAndTheWildCopyGoesToTheTrashWithAnUndoRow) {
     EXPECT_NE(report.out.find("(unreferenced blob)"), std::string::npos) << report.out;
     EXPECT_NE(report.out.find("report only"), std::string::npos) << report.out;
     EXPECT_TRUE(fs::exists(home / "Downloads/llama.gguf")) << "a report moves nothing";
-
     auto apply = dupes(home.path(), {"--apply"});
     EXPECT_EQ(apply.status, 0) << apply.out << apply.err;
     EXPECT_TRUE(fs::exists(blob));
@@ -104,7 +103,6 @@ TEST(RunDupes, StoreCopyStaysAndTheWildCopyGoesToTheTrashWithAnUndoRow) {
     EXPECT_EQ(rows[0]["action"], "trash");
     EXPECT_EQ(rows[0]["originalPath"], home / "Downloads/llama.gguf");
     EXPECT_EQ(rows[0]["pending"], false);
-
     auto undo = testing::runKelvorBinary({"--undo"}, ENGLISH);
     EXPECT_EQ(testing::readFile(home / "Downloads/llama.gguf"), bytes) << undo.out;
 }
@@ -215,7 +213,6 @@ TEST(RunDupes, DedupeOnXfsClonesTheStoreCopyAndUndoPutsBackEveryOriginalThatStil
     EXPECT_EQ(row["action"], "clone-merge");
     EXPECT_EQ(row["cloneSource"], keeper);
     EXPECT_EQ(row["sha256"].get<std::string>().size(), 64u);
-
     std::string mine = content(2'000'000, 10);
     testing::writeFile(overwritten.copy, mine);  // the person wrote over that clone
     auto undo = testing::runKelvorBinary({"--undo"}, environment);

@@ -52,7 +52,6 @@ TEST(QuarantineStore, HoldsEachItemUnderAFreshNameWithItsRow) {
     EXPECT_FALSE(fs::exists(home / "a/cache"));
     EXPECT_EQ(fs::status(QUARANTINE_DIR()).permissions() & fs::perms::all, fs::perms::owner_all)
         << "nobody else may list what is held";
-
     std::vector<QuarantineEntry> active = quarantineActive();
     ASSERT_EQ(active.size(), 2u);
     EXPECT_EQ(active[0].originalPath, home / "a/cache");
@@ -70,14 +69,12 @@ TEST(QuarantineStore, RefusesWhatItMustNotHoldOrCannotRecord) {
     ASSERT_TRUE(other);
     EXPECT_FALSE(quarantineItem("pip", "Wheel cache", home / "cache", 1, *other)) << "not the item measured";
     EXPECT_TRUE(fs::exists(home / "cache"));
-
     writeFile(home / ".kelvor/undo/run.json", "{}");
     Result<std::string> own = hold(home / ".kelvor/undo");
     ASSERT_FALSE(own);
     EXPECT_EQ(own.error().context, "this is Kelvor's own recovery state — it is never a cleanup target");
     EXPECT_TRUE(fs::exists(home / ".kelvor/undo/run.json"));
     EXPECT_TRUE(quarantineActive().empty());
-
     fs::create_directories(LEDGER_PATH());  // a folder where the ledger file should be
     Result<std::string> unrecorded = hold(home / "cache");
     ASSERT_FALSE(unrecorded);
@@ -96,14 +93,16 @@ TEST(QuarantineStore, AnItemReachedThroughALinkedFolderIsRecordedByItsRealPlace)
     EXPECT_TRUE(fs::is_symlink(home / "via")) << "the link itself is left alone";
 }
 
-TEST(QuarantineStore, ReleasesToTheTrashOnlyAfterTheWindow) {
+TEST(QuarantineStore, ReleasesToTheTrashOnlyAfterTheWindowAndNeverAnOrphan) {
     TempHome home;
     writeFile(home / ".kelvor/defaults.json", R"({"kelvor.quarantineDays": 3})");
     auto start = WallClock::now();
     std::string held = holdNew(home, "models", start);
+    std::string orphan = QUARANTINE_DIR() + "/deadbeef-lost";
+    writeFile(orphan, "lost");
+    EXPECT_EQ(quarantineOrphans(), std::vector<std::string>{orphan});
     EXPECT_EQ(processQuarantine(start + 2 * DAY).released, 0u);
     EXPECT_TRUE(fs::exists(held));
-
     SweepOutcome sweep = processQuarantine(start + 3 * DAY + std::chrono::minutes(1));
     EXPECT_EQ(sweep.released, 1u);
     EXPECT_FALSE(sweep.unrecorded);
@@ -119,6 +118,9 @@ TEST(QuarantineStore, ReleasesToTheTrashOnlyAfterTheWindow) {
     ASSERT_EQ(quarantineReleased().size(), 1u);
     EXPECT_TRUE(readFile(LEDGER_PATH()).empty()) << "the finished row was compacted away";
     EXPECT_NE(readFile(LEDGER_ARCHIVE_PATH()).find("\"released\":true"), std::string::npos);
+    EXPECT_EQ(processQuarantine(start + 100 * DAY).released, 0u);
+    EXPECT_EQ(readFile(orphan), "lost");
+    EXPECT_EQ(quarantineOrphans(), std::vector<std::string>{orphan});
 }
 
 TEST(QuarantineStore, TheSweepWaitsWhileTheLedgerIsBusy) {
@@ -154,17 +156,6 @@ TEST(QuarantineStore, ADamagedLineSurvivesCompactionAndIsCounted) {
     EXPECT_EQ(readFile(LEDGER_PATH()), "{\"originalPath\": broken\n");
     EXPECT_EQ(quarantineLedgerDamage(), 1u);
     EXPECT_TRUE(quarantineWasRestored(held)) << "the restored row is in the archive";
-}
-
-TEST(QuarantineStore, AnOrphanIsListedAndNeverReleased) {
-    TempHome home;
-    holdNew(home);
-    std::string orphan = QUARANTINE_DIR() + "/deadbeef-lost";
-    writeFile(orphan, "lost");
-    EXPECT_EQ(quarantineOrphans(), std::vector<std::string>{orphan});
-    processQuarantine(WallClock::now() + 100 * DAY);
-    EXPECT_EQ(readFile(orphan), "lost");
-    EXPECT_EQ(quarantineOrphans(), std::vector<std::string>{orphan});
 }
 
 TEST(QuarantineStore, RestoreOntoATakenPathLandsBesideAndSaysSo) {
@@ -210,14 +201,12 @@ TEST(QuarantineStore, AReleasedEntryComesBackFromTheTrashOnlyWhenTheSpotStillHol
     ASSERT_TRUE(a && b);
     ASSERT_EQ(processQuarantine().released, 2u);
     std::string aInTrash = *quarantineReleasedDestination(*a), bInTrash = *quarantineReleasedDestination(*b);
-
     RestoreOutcome back = restoreReleasedQuarantine(home / "keep/a.bin", *a);
     EXPECT_TRUE(back.restored) << back.message;
     EXPECT_EQ(readFile(home / "keep/a.bin"), "a");
     EXPECT_FALSE(fs::exists(aInTrash));
     EXPECT_TRUE(quarantineWasRestored(*a));
     EXPECT_EQ(restoreReleasedQuarantine(home / "keep/a.bin", *a).message, "no released record for this item");
-
     // Someone swapped the entry at that spot for another file.
     fs::remove(bInTrash);
     writeFile(bInTrash, "impostor");
@@ -260,7 +249,6 @@ TEST(QuarantineStore, TheModeSweepsReportsAndRestores) {
     testing::RunOutput empty = testing::runKelvorBinary({"--mode", "quarantine", "--undo", "last"});
     EXPECT_EQ(empty.status, 0);
     EXPECT_EQ(empty.out, "nothing to restore\n");
-
     std::string old = holdNew(home, "old", WallClock::now() - 8 * DAY);
     holdNew(home);
     writeFile(LEDGER_PATH(), readFile(LEDGER_PATH()) + "garbage\n");
@@ -275,7 +263,6 @@ TEST(QuarantineStore, TheModeSweepsReportsAndRestores) {
     EXPECT_NE(report.out.find("  ⚠ 1 ledger line(s) unreadable"), std::string::npos) << report.out;
     EXPECT_NE(report.out.find(QUARANTINE_DIR() + "/cafebabe-stray"), std::string::npos) << report.out;
     EXPECT_NE(report.out.find("  restore: kelvor --mode quarantine --undo last"), std::string::npos);
-
     testing::RunOutput undo = testing::runKelvorBinary({"--mode", "quarantine", "--undo", "last"});
     EXPECT_EQ(undo.status, 0);
     EXPECT_EQ(undo.out, "  ↩ restored: " + home / "cache" + "\n");

@@ -65,7 +65,6 @@ TEST(JsonLines, ATornLastLineIsKeptCountedAndNotGluedToTheNextAppend) {
     ASSERT_TRUE(before.ok());
     EXPECT_TRUE(before->tornEnd);
     EXPECT_EQ(before->unreadable, 1u);
-
     ASSERT_TRUE(appendJsonLine(ledger, {{"id", 3}}).ok());
     Result<JsonLines> after = readJsonLines(ledger);
     ASSERT_TRUE(after.ok());

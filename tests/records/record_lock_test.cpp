@@ -106,7 +106,6 @@ TEST(RecordLock, AHolderInAnotherProcessIsBusyToDontWaitAndAWaitingAttemptGetsIt
         [](const Error& error) { return std::string(error.kind == ErrorKind::busy ? "busy" : error.describe()); },
         [] { return std::string("ran"); });
     EXPECT_EQ(outcome, "busy");
-
     // The failed attempt left nothing claimed in this process: the next one really waits.
     std::thread releaser([&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(150));
