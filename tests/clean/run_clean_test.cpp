@@ -94,11 +94,16 @@ TEST(RunClean, ADryRunMeasuresTheVerifiedStoresShowsTheRestAndMovesNothing) {
     EXPECT_FALSE(fs::exists(home / ".kelvor/undo")) << "a dry run writes no record";
 }
 
-TEST(RunClean, AnEmptyHomeHasNothingToCleanAndAnUnreadableExclusionListEndsNonZero) {
+TEST(RunClean, AnEmptyHomeHasNothingToCleanOrUndoAndAnUnreadableExclusionListEndsNonZero) {
     TempHome home;
     auto empty = clean();
     EXPECT_EQ(empty.status, 0);
     EXPECT_EQ(empty.out, "Clean plan — targets: (verified only)\nNothing to clean.\n");
+    for (const auto& args : {std::vector<std::string>{"--undo"}, std::vector<std::string>{"--mode", "clean", "--undo", "last"}}) {
+        auto undo = runKelvorBinary(args, ENGLISH);
+        EXPECT_EQ(undo.status, 1);
+        EXPECT_EQ(undo.out, "No undo manifest (" + (home / ".kelvor/undo") + ")\n");
+    }
     writeFile(home / ".kelvor/excluded.json", "[not json");
     auto broken = clean();
     EXPECT_EQ(broken.status, 1);
@@ -176,15 +181,6 @@ TEST(RunClean, ApplyMovesVerifiedStoresToTheTrashUnverifiedToTheQuarantineAndUnd
     auto again = clean({"--undo", "last"});
     EXPECT_EQ(again.status, 0);
     EXPECT_TRUE(again.out.starts_with("Already undone:")) << again.out;
-}
-
-TEST(RunClean, UndoWithoutARecordSaysSoAndEndsNonZeroEitherWayItIsAsked) {
-    TempHome home;
-    for (const auto& args : {std::vector<std::string>{"--undo"}, std::vector<std::string>{"--mode", "clean", "--undo", "last"}}) {
-        auto run = runKelvorBinary(args, ENGLISH);
-        EXPECT_EQ(run.status, 1);
-        EXPECT_EQ(run.out, "No undo manifest (" + (home / ".kelvor/undo") + ")\n") << run.out;
-    }
 }
 
 // True while any process still runs with `marker` in its command line.
