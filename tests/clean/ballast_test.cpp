@@ -11,8 +11,7 @@ namespace kelvor {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::TempHome;
-using testing::writeFile;
+using namespace kelvor::testing;
 
 TEST(Ballast, KeepsOneMebibyteInTheDataFolderAndReleasesIt) {
     TempHome home;
@@ -34,7 +33,7 @@ TEST(Ballast, NeverWritesThroughALinkAtItsName) {
     fs::create_directories(home / ".kelvor");
     fs::create_symlink(home / "precious", home / ".kelvor/reserve.bin");
     EXPECT_FALSE(Ballast().ensure());
-    EXPECT_EQ(testing::readFile(home / "precious"), "keep me");
+    EXPECT_EQ(readFile(home / "precious"), "keep me");
 }
 
 }  // namespace

@@ -1,7 +1,9 @@
 #pragma once
-// What the executor and undo tests share: a temporary home with stores in it, a Trash that is a
-// folder of the test's own, and a snapshot of every byte, mode and time of a tree.
+// What the clean tests share: stores in a temporary home, a Trash that is a folder of the test's
+// own, a snapshot of every byte, mode and time of a tree, and the undo record's rows.
 #include <sys/stat.h>
+
+#include <gtest/gtest.h>
 
 #include <atomic>
 #include <filesystem>
@@ -11,7 +13,9 @@
 
 #include "quillet/clean/clean_plan.hpp"
 #include "quillet/clean/executor.hpp"
+#include "quillet/clean/manifest.hpp"
 #include "quillet/platform/fsops.hpp"
+#include "quillet/records/json_record.hpp"
 #include "tests/support/temp_home.hpp"
 
 namespace kelvor::testing {
@@ -35,7 +39,8 @@ private:
     std::atomic<int> count_{0};
 };
 
-// Every entry below a folder (not the folder itself, whose time changes as things come and go): its bytes (or link text), mode and modification time.
+// Every entry below a folder (not the folder itself, whose time changes as things come and go):
+// its bytes (or link text), mode and modification time.
 struct EntryState {
     std::string bytes;
     unsigned mode = 0;
@@ -84,5 +89,37 @@ inline void makeStore(const std::string& path, const std::string& seed) {
     std::filesystem::create_symlink("a/one.bin", path + "/link");
     ::chmod((path + "/a/b/two.txt").c_str(), 0640);
 }
+
+// The stores "<home>/s0".."s<count-1>" and a target for each.
+inline std::vector<CleanTarget> storeTargets(const TempHome& home, int count) {
+    std::vector<CleanTarget> targets;
+    for (int i = 0; i < count; ++i) {
+        makeStore(home / ("s" + std::to_string(i)), std::to_string(i));
+        targets.push_back(targetAt(home / ("s" + std::to_string(i)), "npm"));
+    }
+    return targets;
+}
+
+// The undo record at `path` as JSON; null when it cannot be read.
+inline nlohmann::json recordAt(const std::string& path) {
+    Result<JsonRecord> record = readJsonRecord(path);
+    return record && record->readable() ? *record->value : nlohmann::json();
+}
+
+// The rows of the undo record at `path`.
+inline std::vector<ManifestItem> rowsOf(const std::string& path) {
+    std::vector<ManifestItem> rows;
+    const nlohmann::json record = recordAt(path);
+    for (const auto& row : record["items"]) {
+        std::optional<ManifestItem> item = manifestItemFrom(row);
+        EXPECT_TRUE(item) << row.dump();
+        if (item) rows.push_back(*item);
+    }
+    return rows;
+}
+
+// What the binary's tests set for a clean in English, free of the developer's stores and shell.
+inline const std::vector<std::string> ENGLISH = {"LANG=C", "LANGUAGE=", "LC_ALL=", "SHELL=/nonexistent",
+                                                 "HF_HOME=", "npm_config_cache="};
 
 }  // namespace kelvor::testing

@@ -1,27 +1,9 @@
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <chrono>
-#include <filesystem>
-#include <set>
-#include <thread>
-
 #include "quillet/clean/clean_plan.hpp"
-#include "quillet/log/log.hpp"
-#include "quillet/platform/login_shell.hpp"
-#include "tests/support/run_kelvor.hpp"
-#include "tests/support/disk_usage.hpp"
-#include "tests/support/temp_home.hpp"
+
+#include <gtest/gtest.h>
 
 namespace kelvor {
 namespace {
-
-namespace fs = std::filesystem;
-using testing::allocatedBytesBelow;
-using testing::TempHome;
-using testing::writeFile;
 
 Hit hitOf(std::string owner, Tier tier, bool verified, std::string path, std::uint64_t bytes) {
     Hit hit;
@@ -80,105 +62,6 @@ TEST(CleanPlan, AChosenFolderNamesTheCatalogItemsItWouldSwallow) {
               std::string::npos);
     plan = planFromHits(hits, {{Tier::redownload, Tier::regenerate}, true, std::nullopt});
     EXPECT_EQ(plan[0].swallowed, std::vector<std::string>{"/p/cache/torch"}) << "an item in the run is not swallowed";
-}
-
-TEST(CleanPlan, CommandLineListsTheStoresOfTheHomeFolderAndMovesNothing) {
-    TempHome home;
-    writeFile(home / ".cache/huggingface/hub/models--tiny/snapshots/a/model.safetensors", std::string(70000, 'w'));
-    writeFile(home / ".cache/huggingface/hub/models--tiny/blobs/b", std::string(5000, 'b'));
-    fs::create_hard_link(home / ".cache/huggingface/hub/models--tiny/blobs/b",
-                         home / ".cache/huggingface/hub/models--tiny/blobs/b-again");
-    writeFile(home / ".npm/_cacache/content-v2/sha512/x", std::string(123456, 'n'));
-    std::vector<std::string> environment = {"LANG=C", "LANGUAGE=", "LC_ALL=", "SHELL=/nonexistent", "HF_HOME=", "npm_config_cache="};
-
-    auto run = testing::runKelvorBinary({"--mode", "clean"}, environment);
-    EXPECT_EQ(run.status, 0) << run.err;
-    EXPECT_TRUE(run.out.starts_with("Clean plan — targets: (verified only)\n")) << run.out;
-    for (const char* store : {".cache/huggingface/hub", ".npm/_cacache"}) {
-        std::string path = home / store;
-        size_t line = run.out.find(path + "\n");
-        ASSERT_NE(line, std::string::npos) << store << "\n" << run.out;
-        size_t start = run.out.rfind('\n', line) + 1;
-        std::string row = run.out.substr(start, line - start);
-        double shown = 0;
-        char unit[4] = {};
-        ASSERT_EQ(std::sscanf(row.c_str() + row.find("· ") , "%*[^0-9]%lf %3s", &shown, unit), 2) << row;
-        double expected = static_cast<double>(allocatedBytesBelow(path)) / 1000.0;
-        EXPECT_STREQ(unit, "KB") << row;
-        EXPECT_NEAR(shown, expected, 0.05) << row;
-    }
-    // Written a moment ago, the stores are blocked by the recent-write guard: the closing line says
-    // how to force them.
-    EXPECT_NE(run.out.find("dry-run — nothing moved. Run with --apply --yes, force blocked items with --apply --yes --force\n"),
-              std::string::npos)
-        << run.out;
-    EXPECT_TRUE(run.err.empty()) << "no progress line when standard error is not a terminal";
-    EXPECT_TRUE(fs::exists(home / ".npm/_cacache/content-v2/sha512/x"));
-
-    auto applyOnly = testing::runKelvorBinary({"--mode", "clean", "--apply"}, environment);
-    EXPECT_TRUE(applyOnly.out.starts_with("--apply without --yes: showing the plan only")) << applyOnly.out;
-    EXPECT_TRUE(fs::exists(home / ".npm/_cacache/content-v2/sha512/x"));
-}
-
-// True while any process still runs with `marker` in its command line.
-bool anyProcessCarries(const std::string& marker) {
-    for (const auto& entry : fs::directory_iterator("/proc")) {
-        std::string command = testing::readFile(entry.path() / "cmdline");
-        std::replace(command.begin(), command.end(), '\0', ' ');
-        if (command.find(marker) != std::string::npos) return true;
-    }
-    return false;
-}
-
-TEST(CleanPlan, AStubbornLoginProfileNeitherHoldsTheRunNorOutlivesIt) {
-    TempHome home;
-    const std::string marker = "kelvor-profile-job-" + std::to_string(::getpid());
-    std::string job = home / marker;
-    writeFile(job, "#!/bin/sh\nsleep 20\n");
-    fs::permissions(job, fs::perms::owner_all);
-    struct Case {
-        std::string what;
-        std::string profile;
-        std::string logged;
-    };
-    const Case cases[] = {
-        {"sleeps after closing its output", "exec >&-\n'" + job + "'\n", "not read — timed out"},
-        {"starts a background job", "'" + job + "' &\nprintf 'PIXI_HOME=/pixi\\0'\n", "1 relocation variable(s)"},
-        {"prints without end", "yes PIXI_HOME=/pixi\n", "not read — too much output"},
-    };
-    for (const Case& c : cases) {
-        std::string shell = home / "shell";
-        writeFile(shell, "#!/bin/sh\n" + c.profile);
-        fs::permissions(shell, fs::perms::owner_all);
-        auto started = std::chrono::steady_clock::now();
-        auto run = testing::runKelvorBinary({"--mode", "clean"}, {"LANG=C", "LANGUAGE=", "SHELL=" + shell, "PIXI_HOME="});
-        auto took = std::chrono::steady_clock::now() - started;
-        EXPECT_EQ(run.status, 0) << c.what << run.err;
-        EXPECT_LT(took, LOGIN_SHELL_TIME_LIMIT + std::chrono::seconds(1)) << c.what;
-        for (int tries = 0; tries < 100 && anyProcessCarries(marker); ++tries)
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        EXPECT_FALSE(anyProcessCarries(marker)) << c.what << ": the profile's processes ended with the read";
-        EXPECT_NE(testing::readFile(KelvorLog::logPath()).find("login shell " + shell + ": " + c.logged), std::string::npos)
-            << c.what << "\n" << testing::readFile(KelvorLog::logPath());
-        fs::remove(KelvorLog::logPath());
-    }
-}
-
-TEST(CleanPlan, AnEmptyHomeHasNothingToClean) {
-    TempHome home;
-    auto run = testing::runKelvorBinary({"--mode", "clean"}, {"LANG=C", "LANGUAGE=", "SHELL=/nonexistent"});
-    EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.out, "Clean plan — targets: (verified only)\nNothing to clean.\n");
-}
-
-TEST(CleanPlan, AnUnreadableExclusionListIsSaidAndEndsNonZero) {
-    TempHome home;
-    writeFile(home / ".kelvor/excluded.json", "[not json");
-    auto run = testing::runKelvorBinary({"--mode", "clean"}, {"LANG=C", "LANGUAGE=", "SHELL=/nonexistent"});
-    EXPECT_EQ(run.status, 1);
-    EXPECT_NE(run.err.find("the exclusion list " + (home / ".kelvor/excluded.json") + " exists but could not be read"),
-              std::string::npos)
-        << run.err;
 }
 
 }  // namespace

@@ -1,32 +1,26 @@
 #include "quillet/clean/executor.hpp"
 
 #include <gtest/gtest.h>
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/mount.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
+#include <memory>
 #include <random>
 #include <set>
 
 #include "quillet/clean/ballast.hpp"
 #include "quillet/clean/undo.hpp"
-#include "quillet/records/json_record.hpp"
 #include "tests/clean/clean_fixture.hpp"
-#include "tests/support/temp_home.hpp"
 
 namespace kelvor {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::FolderTrash;
-using testing::makeStore;
-using testing::snapshotTree;
-using testing::targetAt;
-using testing::TempHome;
-using testing::TreeState;
-using testing::writeFile;
+using namespace kelvor::testing;
 
 // A quarantine that is a folder of the test's own.
 QuarantineMove folderQuarantine(const std::string& folder) {
@@ -39,19 +33,6 @@ QuarantineMove folderQuarantine(const std::string& folder) {
     };
 }
 
-std::vector<ManifestItem> rowsOf(const std::string& record) {
-    Result<JsonRecord> read = readJsonRecord(record);
-    EXPECT_TRUE(read && read->readable()) << record;
-    std::vector<ManifestItem> rows;
-    if (!read || !read->readable()) return rows;
-    for (const auto& row : (*read->value)["items"]) {
-        std::optional<ManifestItem> item = manifestItemFrom(row);
-        EXPECT_TRUE(item) << row.dump();
-        if (item) rows.push_back(*item);
-    }
-    return rows;
-}
-
 TEST(Executor, VerifiedStoresGoToTheTrashUnverifiedToTheQuarantineAndBlockedOnesStay) {
     TempHome home;
     for (const char* store : {"a", "b", "unverified", "held"}) makeStore(home / store, store);
@@ -61,25 +42,19 @@ TEST(Executor, VerifiedStoresGoToTheTrashUnverifiedToTheQuarantineAndBlockedOnes
                                         targetAt(home / "held", "Ollama")};
     targets[3].violations.push_back({.reason = "Ollama is running", .quitFrees = true});
     ApplyContext context{.files = &trash, .quarantine = folderQuarantine(home / "test-quarantine")};
-
     CleanOutcome outcome = applyCleanPlan(targets, {}, context);
-    ASSERT_EQ(outcome.items.size(), 4u);
-    EXPECT_EQ(outcome.items[0].fate, ItemFate::trashed);
-    EXPECT_EQ(outcome.items[1].fate, ItemFate::trashed);
-    EXPECT_EQ(outcome.items[2].fate, ItemFate::quarantined);
-    EXPECT_EQ(outcome.items[3].fate, ItemFate::blocked);
-    EXPECT_EQ(outcome.items[3].reason, "Ollama is running");
+    std::vector<ItemFate> fates;
+    for (const auto& item : outcome.items) fates.push_back(item.fate);
+    EXPECT_EQ(fates, (std::vector{ItemFate::trashed, ItemFate::trashed, ItemFate::quarantined, ItemFate::blocked}));
+    EXPECT_EQ(outcome.items.at(3).reason, "Ollama is running");
     EXPECT_EQ(outcome.busyBlocked(), 1);
     EXPECT_EQ(outcome.quitFreeOwners(), std::set<std::string>{"Ollama"});
     EXPECT_FALSE(outcome.simulatorHeld());
     EXPECT_FALSE(fs::exists(home / "a"));
     EXPECT_TRUE(fs::exists(home / "test-quarantine/unverified/top"));
     EXPECT_TRUE(fs::exists(home / "held/top"));
-
     ASSERT_TRUE(outcome.manifestPath);
-    Result<JsonRecord> record = readJsonRecord(*outcome.manifestPath);
-    ASSERT_TRUE(record && record->readable());
-    EXPECT_EQ((*record->value)["open"], false);
+    EXPECT_EQ(recordAt(*outcome.manifestPath)["open"], false);
     std::vector<ManifestItem> rows = rowsOf(*outcome.manifestPath);
     ASSERT_EQ(rows.size(), 3u) << "a blocked item never enters the record";
     EXPECT_EQ(rows[0].trashedTo, outcome.items[0].destination);
@@ -118,7 +93,7 @@ TEST(Executor, AnItemReplacedSinceThePlanIsKeptAndAQuarantineThatFailsNeverFalls
     std::vector<CleanTarget> targets = {targetAt(home / "replaced", "npm"), targetAt(home / "review", "Codex", Tier::review)};
     fs::rename(home / "replaced", home / "replaced-old");
     makeStore(home / "replaced", "new");
-    ApplyContext context{.files = &trash};  // no quarantine here
+    ApplyContext context{.files = &trash};  // no quarantine
     CleanOutcome outcome = applyCleanPlan(targets, {}, context);
     EXPECT_EQ(outcome.items[0].fate, ItemFate::changed);
     EXPECT_EQ(outcome.items[1].fate, ItemFate::quarantineFailed);
@@ -126,21 +101,6 @@ TEST(Executor, AnItemReplacedSinceThePlanIsKeptAndAQuarantineThatFailsNeverFalls
     EXPECT_TRUE(fs::exists(home / "review/top"));
     EXPECT_TRUE(fs::is_empty(trash.folder()));
     for (const ManifestItem& row : rowsOf(*outcome.manifestPath)) EXPECT_TRUE(row.pending);
-}
-
-TEST(Executor, NothingMovesWhenTheUndoFolderCannotBeWritten) {
-    TempHome home;
-    makeStore(home / "a", "a");
-    writeFile(home / ".kelvor/undo", "a file where the undo folder belongs");
-    FolderTrash trash(home / "test-trash");
-    bool released = false;
-    ApplyContext context{.files = &trash, .releaseBallast = [&] { return released = true; }};
-    CleanOutcome outcome = applyCleanPlan({targetAt(home / "a", "npm")}, {}, context);
-    EXPECT_TRUE(outcome.recordUnwritable);
-    EXPECT_TRUE(released) << "the ballast is released before the second try";
-    EXPECT_EQ(outcome.items[0].fate, ItemFate::failed);
-    EXPECT_TRUE(fs::exists(home / "a/top"));
-    EXPECT_FALSE(outcome.manifestPath);
 }
 
 TEST(Executor, OnAFullDiskTheBallastMakesRoomForTheRecordAndTheRunProceeds) {
@@ -158,20 +118,14 @@ TEST(Executor, OnAFullDiskTheBallastMakesRoomForTheRecordAndTheRunProceeds) {
     Ballast ballast;
     ASSERT_TRUE(ballast.ensure());
     // Fill what is left, to the last byte.
-    {
-        std::FILE* filler = std::fopen((home + "/filler").c_str(), "w");
-        ASSERT_TRUE(filler);
-        std::string block(4096, 'f');
-        while (std::fwrite(block.data(), 1, block.size(), filler) == block.size() && std::fflush(filler) == 0) {
-        }
-        std::fclose(filler);
-        std::FILE* small = std::fopen((home + "/filler2").c_str(), "w");
-        if (small) {
-            while (std::fputc('f', small) != EOF && std::fflush(small) == 0) {
-            }
-            std::fclose(small);
-        }
+    int filler = ::open((home + "/filler").c_str(), O_WRONLY | O_CREAT, 0600);
+    ASSERT_GE(filler, 0);
+    const std::string block(4096, 'f');
+    while (::write(filler, block.data(), block.size()) > 0) {
     }
+    while (::write(filler, "f", 1) == 1) {
+    }
+    ::close(filler);
     FolderTrash trash(home + "/test-trash");
     ApplyContext context{.files = &trash, .releaseBallast = [&] { return ballast.release(); }};
     CleanOutcome outcome = applyCleanPlan({targetAt(home + "/store", "npm")}, {}, context);
@@ -182,36 +136,42 @@ TEST(Executor, OnAFullDiskTheBallastMakesRoomForTheRecordAndTheRunProceeds) {
     EXPECT_EQ(rowsOf(*outcome.manifestPath).size(), 1u);
 }
 
-// Runs a clean of `targets` in a forked child that stops before its `stopBefore`-th move (1-based)
-// and is killed there with SIGKILL; with stopBefore 0 it is killed after `killAfterMicros`.
-void killedRun(const std::vector<CleanTarget>& targets, FileOps& files, int stopBefore, int killAfterMicros) {
-    int ready[2];
-    ASSERT_EQ(::pipe(ready), 0);
-    pid_t child = ::fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        ::close(ready[0]);
-        ApplyContext context{.files = &files};
-        context.onMove = [&](std::size_t done, std::size_t, const std::string&) {
-            if (static_cast<int>(done) != stopBefore) return;
+// A clean of `targets` in a forked child, held just before its `stopBefore`-th move (1-based; 0
+// holds nothing) until it is killed with SIGKILL or this ends.
+struct ChildRun {
+    pid_t child = -1;
+    int go = -1;
+
+    ChildRun(const std::vector<CleanTarget>& targets, FileOps& files, int stopBefore) {
+        int ready[2], resume[2];
+        if (::pipe(ready) != 0 || ::pipe(resume) != 0) return;
+        child = ::fork();
+        if (child == 0) {
+            ::close(ready[0]);
+            ::close(resume[1]);
             char byte = 1;
-            if (::write(ready[1], &byte, 1) != 1) ::_exit(3);
-            ::pause();
-        };
+            ApplyContext context{.files = &files};
+            context.onMove = [&](std::size_t done, std::size_t, const std::string&) {
+                if (static_cast<int>(done) != stopBefore) return;
+                if (::write(ready[1], &byte, 1) != 1 || ::read(resume[0], &byte, 1) < 0) ::_exit(3);  // on to the end
+            };
+            if (stopBefore == 0 && ::write(ready[1], &byte, 1) != 1) ::_exit(3);
+            applyCleanPlan(targets, {}, context);
+            ::_exit(0);
+        }
+        ::close(ready[1]);
+        ::close(resume[0]);
         char byte = 0;
-        if (stopBefore == 0 && ::write(ready[1], &byte, 1) != 1) ::_exit(3);
-        applyCleanPlan(targets, {}, context);
-        ::_exit(0);
+        if (::read(ready[0], &byte, 1) != 1) child = -1;
+        ::close(ready[0]);
+        go = resume[1];
     }
-    ::close(ready[1]);
-    char byte = 0;
-    ASSERT_EQ(::read(ready[0], &byte, 1), 1);
-    ::close(ready[0]);
-    if (stopBefore == 0) ::usleep(static_cast<useconds_t>(killAfterMicros));
-    ::kill(child, SIGKILL);
-    int status = 0;
-    ::waitpid(child, &status, 0);
-}
+    ~ChildRun() {
+        ::close(go);
+        if (child > 0) ::waitpid(child, nullptr, 0);
+    }
+    void kill() { ::kill(child, SIGKILL); }
+};
 
 // Files that slow every move a little so that a random kill lands among the moves.
 class SlowTrash : public FolderTrash {
@@ -232,22 +192,20 @@ TEST(Executor, ARunKilledAnywhereLeavesARecordThatUndoTakesBackWithoutLosingAByt
     for (int run = 0; run < 50; ++run) stops.push_back(0);
     for (int stopBefore : stops) {
         TempHome home;
-        std::vector<CleanTarget> targets;
-        for (int i = 0; i < STORES; ++i) {
-            makeStore(home / ("s" + std::to_string(i)), std::to_string(i));
-            targets.push_back(targetAt(home / ("s" + std::to_string(i)), "npm"));
-        }
+        std::vector<CleanTarget> targets = storeTargets(home, STORES);
         TreeState before = snapshotTree(home.path());
         SlowTrash trash(home / "test-trash");
-        killedRun(targets, trash, stopBefore, std::uniform_int_distribution<int>(0, 12000)(random));
-
+        {
+            ChildRun run(targets, trash, stopBefore);
+            ASSERT_GT(run.child, 0);
+            if (stopBefore == 0) ::usleep(std::uniform_int_distribution<useconds_t>(0, 12000)(random));
+            run.kill();
+        }
         std::vector<std::string> records = undoRecordsNewestFirst();
         std::set<std::string> moved;
-        for (int i = 0; i < STORES; ++i)
-            if (!fs::exists(home / ("s" + std::to_string(i)))) moved.insert(home / ("s" + std::to_string(i)));
-        if (stopBefore > 0) {
-            EXPECT_EQ(moved.size(), static_cast<std::size_t>(stopBefore - 1));
-        }
+        for (const CleanTarget& target : targets)
+            if (!fs::exists(target.path)) moved.insert(target.path);
+        if (stopBefore > 0) { EXPECT_EQ(moved.size(), static_cast<std::size_t>(stopBefore - 1)); }
         if (records.empty()) {
             EXPECT_TRUE(moved.empty()) << "nothing moves before the record is written";
             continue;
@@ -267,7 +225,6 @@ TEST(Executor, ARunKilledAnywhereLeavesARecordThatUndoTakesBackWithoutLosingAByt
             for (const std::string& path : settled) EXPECT_TRUE(moved.contains(path)) << path;
             EXPECT_LE(pendingMoved, 1u);
         }
-
         UndoOutcome undone = runUndo(records.front(), trash);
         EXPECT_EQ(undone.restored, static_cast<int>(settled.size()));
         std::size_t neverFinished = 0;
@@ -290,11 +247,7 @@ TEST(Executor, ARunKilledAnywhereLeavesARecordThatUndoTakesBackWithoutLosingAByt
 TEST(Executor, TwoRunsAtOnceNeverMoveAnItemTwiceNorCorruptARecord) {
     TempHome home;
     constexpr int STORES = 6;
-    std::vector<CleanTarget> targets;
-    for (int i = 0; i < STORES; ++i) {
-        makeStore(home / ("s" + std::to_string(i)), std::to_string(i));
-        targets.push_back(targetAt(home / ("s" + std::to_string(i)), "npm"));
-    }
+    std::vector<CleanTarget> targets = storeTargets(home, STORES);
     SlowTrash trash(home / "test-trash");
     std::vector<pid_t> children;
     for (int run = 0; run < 2; ++run) {
@@ -325,27 +278,10 @@ TEST(Executor, TwoRunsAtOnceNeverMoveAnItemTwiceNorCorruptARecord) {
 
 TEST(Executor, AnUndoWhileTheCleanRunsRefusesItsRecord) {
     TempHome home;
-    makeStore(home / "s1", "1");
-    makeStore(home / "s2", "2");
+    std::vector<CleanTarget> targets = storeTargets(home, 2);
     FolderTrash trash(home / "test-trash");
-    int ready[2], release[2];
-    ASSERT_EQ(::pipe(ready), 0);
-    ASSERT_EQ(::pipe(release), 0);
-    std::vector<CleanTarget> targets = {targetAt(home / "s1", "npm"), targetAt(home / "s2", "npm")};
-    pid_t child = ::fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        ApplyContext context{.files = &trash};
-        context.onMove = [&](std::size_t done, std::size_t, const std::string&) {
-            if (done != 2) return;
-            char byte = 1;
-            if (::write(ready[1], &byte, 1) != 1 || ::read(release[0], &byte, 1) != 1) ::_exit(3);
-        };
-        applyCleanPlan(targets, {}, context);
-        ::_exit(0);
-    }
-    char byte = 0;
-    ASSERT_EQ(::read(ready[0], &byte, 1), 1);
+    auto run = std::make_unique<ChildRun>(targets, trash, 2);
+    ASSERT_GT(run->child, 0);
     std::vector<std::string> records = undoRecordsNewestFirst();
     ASSERT_EQ(records.size(), 1u);
     UndoOutcome named = runUndo(records.front(), trash);
@@ -355,9 +291,7 @@ TEST(Executor, AnUndoWhileTheCleanRunsRefusesItsRecord) {
     EXPECT_EQ(last.restored, 0) << "the running record is skipped, not half-read";
     EXPECT_FALSE(last.complete());
     EXPECT_TRUE(fs::exists(records.front())) << "the record is left as it is";
-    ASSERT_EQ(::write(release[1], &byte, 1), 1);
-    int status = 0;
-    ::waitpid(child, &status, 0);
+    run.reset();  // the clean goes on to its end
     UndoOutcome after = runUndo("last", trash);
     EXPECT_EQ(after.restored, 2);
     EXPECT_TRUE(after.complete());

@@ -14,7 +14,7 @@ Hit hitOf(std::string owner, std::string component, Tier tier, std::string recov
     return hit;
 }
 
-TEST(LeftAlone, ShowsYoursAndProtectedWithTheWayToClearProtectedOnes) {
+TEST(LeftAlone, ShowsYoursAndProtectedWithTheWayToClearProtectedOnesAndNothingElse) {
     std::vector<Hit> hits = {
         hitOf("Go", "빌드 캐시", Tier::regenerate, "다음 빌드 시 다시 만들어짐 (첫 빌드가 느려짐)", "/h/.cache/go-build"),
         hitOf("JetBrains", "캐시·색인", Tier::review, "IDE가 색인을 다시 만들지만 로컬 기록도 함께 사라짐", "/h/.cache/JetBrains"),
@@ -30,11 +30,8 @@ TEST(LeftAlone, ShowsYoursAndProtectedWithTheWayToClearProtectedOnes) {
               std::string::npos)
         << shown;
     EXPECT_EQ(shown.find("↳ IDE"), std::string::npos) << "only protected stores carry the way to clear them";
-}
-
-TEST(LeftAlone, NothingToShowIsNothingAtAll) {
+    EXPECT_EQ(renderLeftAlone({hits[0]}), "") << "nothing to show is nothing at all";
     EXPECT_EQ(renderLeftAlone({}), "");
-    EXPECT_EQ(renderLeftAlone({hitOf("Go", "빌드 캐시", Tier::regenerate, "", "/g")}), "");
 }
 
 }  // namespace

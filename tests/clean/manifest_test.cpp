@@ -7,27 +7,18 @@
 #include <filesystem>
 #include <regex>
 
-#include "quillet/records/json_record.hpp"
 #include "tests/clean/clean_fixture.hpp"
-#include "tests/support/temp_home.hpp"
 
 namespace kelvor {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::TempHome;
-using testing::writeFile;
-
-nlohmann::json readRecord(const std::string& path) {
-    Result<JsonRecord> record = readJsonRecord(path);
-    EXPECT_TRUE(record && record->readable()) << path;
-    return record && record->readable() ? *record->value : nlohmann::json();
-}
+using namespace kelvor::testing;
 
 TEST(Manifest, PlannedRowsArePendingTrashRowsWithTheParentIdentity) {
     TempHome home;
     writeFile(home / "store/x", "x");
-    std::vector<ManifestItem> rows = plannedCLI({testing::targetAt(home / "store", "Ollama", Tier::regenerate, false)});
+    std::vector<ManifestItem> rows = plannedCLI({targetAt(home / "store", "Ollama", Tier::regenerate, false)});
     ASSERT_EQ(rows.size(), 1u);
     EXPECT_TRUE(rows[0].pending);
     EXPECT_EQ(rows[0].action, "trash");
@@ -41,7 +32,7 @@ TEST(Manifest, PlannedRowsArePendingTrashRowsWithTheParentIdentity) {
 TEST(Manifest, ARecordIsNamedByItsTimeAndHoldsEveryKeyOfItsRows) {
     TempHome home;
     writeFile(home / "store/x", "x");
-    std::vector<ManifestItem> rows = plannedCLI({testing::targetAt(home / "store", "npm")});
+    std::vector<ManifestItem> rows = plannedCLI({targetAt(home / "store", "npm")});
     rows[0].bytes = 18'000'000'000'000'000'000ull;  // beyond a signed 64-bit number
     ManualClock clock;
     Result<std::string> path = writeManifest(rows, std::nullopt, true, clock);
@@ -50,7 +41,7 @@ TEST(Manifest, ARecordIsNamedByItsTimeAndHoldsEveryKeyOfItsRows) {
                                  std::regex(R"(2023-11-14T22-13-20Z-[0-9A-F]{8}\.json)")))
         << *path;
     EXPECT_EQ(fs::path(*path).parent_path(), fs::path(home / ".kelvor/undo"));
-    nlohmann::json record = readRecord(*path);
+    nlohmann::json record = recordAt(*path);
     EXPECT_EQ(record["version"], 1);
     EXPECT_EQ(record["open"], true);
     EXPECT_EQ(record["totalBytes"].get<std::uint64_t>(), rows[0].bytes);
@@ -63,28 +54,26 @@ TEST(Manifest, ARecordIsNamedByItsTimeAndHoldsEveryKeyOfItsRows) {
     ASSERT_TRUE(back);
     EXPECT_EQ(back->bytes, rows[0].bytes);
     EXPECT_EQ(back->originalPath, rows[0].originalPath);
-
     // A rewrite that does not say whether the run is open keeps what the record said.
     rows[0].pending = false;
     ASSERT_TRUE(writeManifest(rows, *path, std::nullopt, clock));
-    EXPECT_EQ(readRecord(*path)["open"], true);
+    EXPECT_EQ(recordAt(*path)["open"], true);
     ASSERT_TRUE(writeManifest(rows, *path, false, clock));
-    EXPECT_EQ(readRecord(*path)["open"], false);
-    EXPECT_EQ(readRecord(*path)["items"][0]["pending"], false);
+    EXPECT_EQ(recordAt(*path)["open"], false);
+    EXPECT_EQ(recordAt(*path)["items"][0]["pending"], false);
 }
 
 TEST(Manifest, RowsWithoutTheirPlaceOrOfTheWrongTypeAreNotRead) {
-    EXPECT_FALSE(manifestItemFrom(nlohmann::json::parse(R"({"trashedTo":"/t","action":"trash","pending":false})")));
-    EXPECT_FALSE(manifestItemFrom(
-        nlohmann::json::parse(R"({"originalPath":"/a","trashedTo":"/t","action":"trash","pending":"no"})")));
-    EXPECT_FALSE(manifestItemFrom(nlohmann::json::parse("[1]")));
+    for (const char* row : {R"({"trashedTo":"/t","action":"trash","pending":false})",
+                            R"({"originalPath":"/a","trashedTo":"/t","action":"trash","pending":"no"})", "[1]"})
+        EXPECT_FALSE(manifestItemFrom(nlohmann::json::parse(row))) << row;
 }
 
 TEST(Manifest, CheckpointsCloserThanAQuarterSecondWriteOnceUnlessForced) {
     TempHome home;
     writeFile(home / "store/x", "x");
     ManualClock clock;
-    std::vector<ManifestItem> rows = plannedCLI({testing::targetAt(home / "store", "npm")});
+    std::vector<ManifestItem> rows = plannedCLI({targetAt(home / "store", "npm")});
     Result<std::string> path = writeManifest(rows, std::nullopt, true, clock);
     ASSERT_TRUE(path);
     clock.advance(std::chrono::seconds(1));
@@ -92,13 +81,13 @@ TEST(Manifest, CheckpointsCloserThanAQuarterSecondWriteOnceUnlessForced) {
     rows[0].pending = false;
     clock.advance(std::chrono::milliseconds(100));
     ASSERT_TRUE(checkpointManifest(rows, *path, Checkpoint::throttled, clock));
-    EXPECT_EQ(readRecord(*path)["items"][0]["pending"], true) << "within 0.25 s of the last: skipped";
+    EXPECT_EQ(recordAt(*path)["items"][0]["pending"], true) << "within 0.25 s of the last: skipped";
     ASSERT_TRUE(checkpointManifest(rows, *path, Checkpoint::forced, clock));
-    EXPECT_EQ(readRecord(*path)["items"][0]["pending"], false) << "forced";
+    EXPECT_EQ(recordAt(*path)["items"][0]["pending"], false) << "forced";
     rows[0].trashedTo = "/elsewhere";
     clock.advance(std::chrono::milliseconds(300));
     ASSERT_TRUE(checkpointManifest(rows, *path, Checkpoint::throttled, clock));
-    EXPECT_EQ(readRecord(*path)["items"][0]["trashedTo"], "/elsewhere");
+    EXPECT_EQ(recordAt(*path)["items"][0]["trashedTo"], "/elsewhere");
 }
 
 TEST(Manifest, PruningDeletesOnlyRetiredRecordsPastNinetyDays) {

@@ -4,33 +4,14 @@
 
 #include <filesystem>
 
-#include "quillet/clean/executor.hpp"
-#include "quillet/clean/manifest.hpp"
 #include "quillet/quarantine/quarantine_store.hpp"
-#include "quillet/records/json_record.hpp"
 #include "tests/clean/clean_fixture.hpp"
-#include "tests/support/temp_home.hpp"
 
 namespace kelvor {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::FolderTrash;
-using testing::makeStore;
-using testing::snapshotTree;
-using testing::targetAt;
-using testing::TempHome;
-using testing::TreeState;
-using testing::writeFile;
-
-// Where the record says its rows went.
-std::vector<std::string> rowsQuarantinedAt(const std::string& record) {
-    std::vector<std::string> places;
-    Result<JsonRecord> read = readJsonRecord(record);
-    if (!read || !read->readable()) return places;
-    for (const auto& row : (*read->value)["items"]) places.push_back(row.value("trashedTo", ""));
-    return places;
-}
+using namespace kelvor::testing;
 
 bool saysLine(const UndoOutcome& outcome, const std::string& start, const std::string& path = "") {
     for (const std::string& line : outcome.lines)
@@ -44,25 +25,31 @@ std::string allLines(const UndoOutcome& outcome) {
     return text;
 }
 
-// Cleans the given stores into the test's Trash and returns the record.
-std::string cleaned(const std::vector<std::string>& stores, FolderTrash& trash) {
-    std::vector<CleanTarget> targets;
-    for (const std::string& store : stores) targets.push_back(targetAt(store, "npm"));
-    ApplyContext context{.files = &trash};
-    CleanOutcome outcome = applyCleanPlan(targets, {}, context);
-    EXPECT_TRUE(outcome.manifestPath);
-    return outcome.manifestPath.value_or("");
-}
-
-TEST(Undo, PutsEveryMovedItemBackByteForByteAndASecondUndoSaysItIsDone) {
+class Undo : public ::testing::Test {
+protected:
+    // Cleans the stores at `paths` (made first where there is none) into the test's Trash and
+    // returns the record.
+    std::string cleaned(const std::vector<std::string>& paths) {
+        std::vector<CleanTarget> targets;
+        for (const std::string& path : paths) {
+            if (!fs::exists(path)) makeStore(path, path);
+            targets.push_back(targetAt(path, "npm"));
+        }
+        ApplyContext context{.files = &trash};
+        CleanOutcome outcome = applyCleanPlan(targets, {}, context);
+        EXPECT_TRUE(outcome.manifestPath);
+        return outcome.manifestPath.value_or("");
+    }
     TempHome home;
+    FolderTrash trash{home / "test-trash"};
+};
+
+TEST_F(Undo, PutsEveryMovedItemBackByteForByteAndASecondUndoSaysItIsDone) {
     makeStore(home / "caches/one", "1");
     makeStore(home / "caches/two", "2");
     TreeState before = snapshotTree(home / "caches");
-    FolderTrash trash(home / "test-trash");
-    std::string record = cleaned({home / "caches/one", home / "caches/two"}, trash);
+    std::string record = cleaned({home / "caches/one", home / "caches/two"});
     ASSERT_FALSE(fs::exists(home / "caches/one"));
-
     UndoOutcome first = runUndo("last", trash);
     EXPECT_EQ(first.restored, 2) << allLines(first);
     EXPECT_TRUE(first.complete());
@@ -70,7 +57,6 @@ TEST(Undo, PutsEveryMovedItemBackByteForByteAndASecondUndoSaysItIsDone) {
     EXPECT_EQ(snapshotTree(home / "caches"), before) << "every byte, mode and time as it was";
     EXPECT_FALSE(fs::exists(record));
     EXPECT_TRUE(fs::exists(retiredManifestPath(record)));
-
     UndoOutcome again = runUndo("last", trash);
     EXPECT_TRUE(saysLine(again, "Already undone:")) << allLines(again);
     EXPECT_TRUE(saysLine(again, "The most recent cleanup is already undone")) << allLines(again);
@@ -79,14 +65,9 @@ TEST(Undo, PutsEveryMovedItemBackByteForByteAndASecondUndoSaysItIsDone) {
     EXPECT_TRUE(saysLine(named, "Already undone:", record)) << allLines(named);
 }
 
-TEST(Undo, NeverOverwritesWhatWasPutBackByHandAndKeepsTheRecord) {
-    TempHome home;
-    makeStore(home / "caches/one", "1");
-    makeStore(home / "caches/two", "2");
-    FolderTrash trash(home / "test-trash");
-    std::string record = cleaned({home / "caches/one", home / "caches/two"}, trash);
+TEST_F(Undo, NeverOverwritesWhatWasPutBackByHandAndKeepsTheRecord) {
+    std::string record = cleaned({home / "caches/one", home / "caches/two"});
     writeFile(home / "caches/one/new-data", "made since");
-
     UndoOutcome outcome = runUndo(record, trash);
     EXPECT_EQ(outcome.occupied, 1);
     EXPECT_EQ(outcome.restored, 1);
@@ -96,11 +77,9 @@ TEST(Undo, NeverOverwritesWhatWasPutBackByHandAndKeepsTheRecord) {
     EXPECT_EQ(testing::readFile(home / "caches/one/new-data"), "made since");
     EXPECT_FALSE(fs::exists(home / "caches/one/top")) << "nothing was merged into the occupant";
     ASSERT_TRUE(fs::exists(record)) << "the record stays for a later try";
-    Result<JsonRecord> read = readJsonRecord(record);
-    ASSERT_TRUE(read && read->readable());
-    EXPECT_FALSE((*read->value)["items"][0].value("restored", false));
-    EXPECT_TRUE((*read->value)["items"][1].value("restored", false));
-
+    nlohmann::json items = recordAt(record)["items"];
+    EXPECT_FALSE(items[0].value("restored", false));
+    EXPECT_TRUE(items[1].value("restored", false));
     // Once the place is free again, only the row left over comes back.
     fs::rename(home / "caches/one", home / "elsewhere");
     UndoOutcome retry = runUndo(record, trash);
@@ -109,12 +88,10 @@ TEST(Undo, NeverOverwritesWhatWasPutBackByHandAndKeepsTheRecord) {
     EXPECT_TRUE(retry.retired);
 }
 
-TEST(Undo, AQuarantinedItemComesBackThroughTheQuarantineBesideWhatNowStandsThere) {
-    TempHome home;
+TEST_F(Undo, AQuarantinedItemComesBackThroughTheQuarantineBesideWhatNowStandsThere) {
     makeStore(home / "caches/review", "r");
     makeStore(home / "caches/taken", "t");
     TreeState before = snapshotTree(home / "caches/review");
-    FolderTrash trash(home / "test-trash");
     std::vector<CleanTarget> targets = {targetAt(home / "caches/review", "Codex", Tier::review),
                                         targetAt(home / "caches/taken", "Codex", Tier::review)};
     ApplyContext context{.files = &trash};
@@ -125,7 +102,6 @@ TEST(Undo, AQuarantinedItemComesBackThroughTheQuarantineBesideWhatNowStandsThere
     ASSERT_EQ(outcome.countWith(ItemFate::quarantined), 2);
     ASSERT_TRUE(fs::exists(home / ".kelvor/quarantine"));
     writeFile(home / "caches/taken/new", "made since");
-
     UndoOutcome undone = runUndo(*outcome.manifestPath, trash);
     EXPECT_EQ(undone.restored, 2) << allLines(undone);
     EXPECT_EQ(snapshotTree(home / "caches/review"), before);
@@ -133,23 +109,18 @@ TEST(Undo, AQuarantinedItemComesBackThroughTheQuarantineBesideWhatNowStandsThere
     EXPECT_TRUE(fs::exists(undone.beside[0] + "/top"));
     EXPECT_EQ(testing::readFile(home / "caches/taken/new"), "made since") << "the occupant is left as it is";
     ASSERT_TRUE(undone.retired);
-    std::vector<std::string> held = rowsQuarantinedAt(undone.manifest.value_or(""));
-    ASSERT_EQ(held.size(), 2u);
-    EXPECT_TRUE(quarantineWasRestored(held[0])) << "the quarantine's own ledger knows it came back";
+    std::vector<ManifestItem> rows = rowsOf(undone.manifest.value_or(""));
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_TRUE(quarantineWasRestored(rows[0].trashedTo)) << "the quarantine's own ledger knows it came back";
 }
 
-TEST(Undo, RefusesAParentThatBecameALinkOrAnotherFolder) {
-    TempHome home;
-    makeStore(home / "linked/store", "l");
-    makeStore(home / "swapped/store", "s");
-    FolderTrash trash(home / "test-trash");
-    std::string record = cleaned({home / "linked/store", home / "swapped/store"}, trash);
+TEST_F(Undo, RefusesAParentThatBecameALinkOrAnotherFolder) {
+    std::string record = cleaned({home / "linked/store", home / "swapped/store"});
     fs::rename(home / "linked", home / "linked-was");
     fs::create_directories(home / "target");
     fs::create_directory_symlink(home / "target", home / "linked");
     fs::rename(home / "swapped", home / "swapped-was");
     fs::create_directories(home / "swapped");
-
     UndoOutcome outcome = runUndo(record, trash);
     EXPECT_EQ(outcome.restored, 0) << allLines(outcome);
     EXPECT_TRUE(saysLine(outcome, "  ⚠ the folder it came out of is now a link", home / "linked/store"))
@@ -164,11 +135,8 @@ TEST(Undo, RefusesAParentThatBecameALinkOrAnotherFolder) {
     EXPECT_FALSE(outcome.complete());
 }
 
-TEST(Undo, AnEmptiedTrashIsMissingAndTheCountsSayIt) {
-    TempHome home;
-    makeStore(home / "caches/one", "1");
-    FolderTrash trash(home / "test-trash");
-    std::string record = cleaned({home / "caches/one"}, trash);
+TEST_F(Undo, AnEmptiedTrashIsMissingAndTheCountsSayIt) {
+    std::string record = cleaned({home / "caches/one"});
     fs::remove_all(trash.folder());
     UndoOutcome outcome = runUndo(record, trash);
     EXPECT_EQ(outcome.missing, 1);
@@ -176,11 +144,8 @@ TEST(Undo, AnEmptiedTrashIsMissingAndTheCountsSayIt) {
     EXPECT_TRUE(saysLine(outcome, "  restored 0, lost-from-Trash 1, skipped-occupied 0")) << allLines(outcome);
 }
 
-TEST(Undo, LastSkipsAnUnreadableNewestRecordAndSaysSo) {
-    TempHome home;
-    makeStore(home / "caches/one", "1");
-    FolderTrash trash(home / "test-trash");
-    std::string record = cleaned({home / "caches/one"}, trash);
+TEST_F(Undo, LastSkipsAnUnreadableNewestRecordAndSaysSo) {
+    std::string record = cleaned({home / "caches/one"});
     std::string newest = home / ".kelvor/undo/2999-01-01T00-00-00Z-00000000.json";
     writeFile(newest, "{ not json");
     UndoOutcome outcome = runUndo("last", trash);
@@ -189,7 +154,6 @@ TEST(Undo, LastSkipsAnUnreadableNewestRecordAndSaysSo) {
         << allLines(outcome);
     EXPECT_EQ(outcome.restored, 1);
     EXPECT_EQ(testing::readFile(newest), "{ not json") << "an unreadable record is never rewritten";
-
     fs::remove(retiredManifestPath(record));
     UndoOutcome alone = runUndo("last", trash);
     EXPECT_TRUE(saysLine(alone, "The most recent undo record cannot be read, and there is no earlier one."))
@@ -197,23 +161,15 @@ TEST(Undo, LastSkipsAnUnreadableNewestRecordAndSaysSo) {
     EXPECT_FALSE(alone.complete());
 }
 
-TEST(Undo, WithoutARecordItSaysWhereItLooked) {
-    TempHome home;
-    UndoOutcome outcome = runUndo("last");
-    EXPECT_TRUE(saysLine(outcome, "No undo manifest (" + (home / ".kelvor/undo") + ")")) << allLines(outcome);
-    EXPECT_FALSE(outcome.complete());
+TEST_F(Undo, ANamedRecordThatIsNotThereCannotBeRead) {
     UndoOutcome missing = runUndo(home / "nowhere.json");
     EXPECT_TRUE(saysLine(missing, "Cannot read manifest:")) << allLines(missing);
+    EXPECT_FALSE(missing.complete());
 }
 
-TEST(Undo, RowsItCannotTakeBackAreReportedAndKeepTheRecordOpen) {
-    TempHome home;
-    makeStore(home / "caches/one", "1");
-    FolderTrash trash(home / "test-trash");
-    std::string record = cleaned({home / "caches/one"}, trash);
-    Result<JsonRecord> read = readJsonRecord(record);
-    ASSERT_TRUE(read && read->readable());
-    nlohmann::json value = *read->value;
+TEST_F(Undo, RowsItCannotTakeBackAreReportedAndKeepTheRecordOpen) {
+    std::string record = cleaned({home / "caches/one"});
+    nlohmann::json value = recordAt(record);
     nlohmann::json relocate = value["items"][0];
     relocate["action"] = "relocate";
     relocate["originalPath"] = home / "moved-away";
@@ -224,7 +180,6 @@ TEST(Undo, RowsItCannotTakeBackAreReportedAndKeepTheRecordOpen) {
     value["items"].push_back(tool);
     value["items"].push_back(nlohmann::json{{"originalPath", 7}});
     ASSERT_TRUE(writeJsonRecord(record, value));
-
     UndoOutcome outcome = runUndo(record, trash);
     EXPECT_EQ(outcome.restored, 1);
     EXPECT_TRUE(saysLine(outcome, "  ✗ this build cannot take back a \"relocate\" row", home / "moved-away"))
@@ -234,9 +189,7 @@ TEST(Undo, RowsItCannotTakeBackAreReportedAndKeepTheRecordOpen) {
     EXPECT_TRUE(saysLine(outcome, "  ✗ this line of the record cannot be read — leaving the record open"));
     EXPECT_TRUE(fs::exists(record));
     EXPECT_FALSE(fs::exists(home / "moved-away")) << "nothing was guessed at";
-    Result<JsonRecord> after = readJsonRecord(record);
-    ASSERT_TRUE(after && after->readable());
-    EXPECT_EQ((*after->value)["items"][3], (nlohmann::json{{"originalPath", 7}})) << "an unreadable row is kept as it was";
+    EXPECT_EQ(recordAt(record)["items"][3], (nlohmann::json{{"originalPath", 7}})) << "an unreadable row is kept as it was";
 }
 
 }  // namespace

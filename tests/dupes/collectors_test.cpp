@@ -13,11 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::TempHome;
-
-void write(const std::string& path, const std::string& bytes) {
-    fs::create_directories(fs::path(path).parent_path());
-    testing::writeFile(path, bytes);
-}
+constexpr auto write = testing::writeFile;
 
 std::string safetensorsHead(std::uint64_t headerLength) {
     std::string bytes(8, '\0');
@@ -27,10 +23,7 @@ std::string safetensorsHead(std::uint64_t headerLength) {
 
 TEST(SniffModelFile, TellsGgufAndSafetensorsApartFromEverythingElse) {
     TempHome home;
-    struct Case {
-        std::string bytes;
-        std::optional<ModelKind> kind;
-    } cases[] = {
+    const std::pair<std::string, std::optional<ModelKind>> cases[] = {
         {"GGUF" + std::string(20, '\x03'), ModelKind::gguf},
         {safetensorsHead(123), ModelKind::safetensors},
         {safetensorsHead(99'999'999), ModelKind::safetensors},
@@ -40,9 +33,9 @@ TEST(SniffModelFile, TellsGgufAndSafetensorsApartFromEverythingElse) {
         {"GGUF short", std::nullopt},  // shorter than 16 bytes
         {"PK\x03\x04 pickle zip archive", std::nullopt},
     };
-    for (const Case& c : cases) {
-        write(home / "f", c.bytes);
-        EXPECT_EQ(sniffModelFile(home / "f"), c.kind) << c.bytes;
+    for (const auto& [bytes, kind] : cases) {
+        write(home / "f", bytes);
+        EXPECT_EQ(sniffModelFile(home / "f"), kind) << bytes;
     }
     EXPECT_EQ(sniffModelFile(home / "missing"), std::nullopt);
 }

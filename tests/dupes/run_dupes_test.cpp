@@ -1,6 +1,5 @@
-// The duplicate finder as a person runs it: the real binary on a home folder made by the test,
-// and on real file systems (a loop-mounted XFS with reflinks, a tmpfs without clones) where only
-// the real thing shows the behaviour.
+// The duplicate finder as a person runs it: the real binary on a home folder made by the test, and
+// on a loop-mounted XFS with reflinks and a tmpfs without clones.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
@@ -39,10 +38,8 @@ std::string content(std::size_t bytes, unsigned seed) {
     return text;
 }
 
-// Writes `bytes` at `path` (its folders made) and sets its times three hours back, so the
-// recent-write guard leaves it alone.
+// Writes `bytes` at `path` three hours old, so the recent-write guard leaves it alone.
 void writeModel(const std::string& path, const std::string& bytes) {
-    fs::create_directories(fs::path(path).parent_path());
     testing::writeFile(path, bytes);
     fs::last_write_time(path, fs::file_time_type::clock::now() - std::chrono::hours(3));
 }
@@ -63,17 +60,28 @@ nlohmann::json newestUndoRows(const TempHome& home) {
     return record.is_array() ? record : nlohmann::json::array();
 }
 
-using testing::firstExisting;
-using testing::XfsMount;
-
-TEST(RunDupes, TwoHardLinksAreOneCopyNeverAGroup) {
-    TempHome home;
-    writeModel(home / "models/a.gguf", content(2'000'000, 1));
-    fs::create_hard_link(home / "models/a.gguf", home / "models/b.gguf");
-    auto run = testing::runKelvorBinary({"--mode", "dupes", "--root", home.path(), "--min-mb", "1"}, ENGLISH);
-    EXPECT_EQ(run.status, 0) << run.err;
-    EXPECT_NE(run.out.find("No byte-identical duplicates."), std::string::npos) << run.out;
+// `kelvor --mode dupes --root <root> --min-mb 1` and `extra`.
+testing::RunOutput dupes(const std::string& root, std::vector<std::string> extra = {},
+                         std::vector<std::string> environment = ENGLISH) {
+    std::vector<std::string> args = {"--mode", "dupes", "--root", root, "--min-mb", "1"};
+    args.insert(args.end(), extra.begin(), extra.end());
+    return testing::runKelvorBinary(args, environment);
 }
+
+// Two Ollama blobs of the same `size` random bytes below `root` (the keeper's name sorts first),
+// and the environment that makes `root`/ollama the Ollama store.
+struct BlobPair {
+    std::string keeper, copy, bytes;
+    std::vector<std::string> environment = ENGLISH;
+    BlobPair(const std::string& root, std::size_t size, unsigned seed)
+        : keeper(root + "/ollama/blobs/sha256-" + std::string(64, '1')),
+          copy(root + "/ollama/blobs/sha256-" + std::string(64, '2')),
+          bytes(content(size, seed)) {
+        writeModel(keeper, bytes);
+        writeModel(copy, bytes);
+        environment.push_back("OLLAMA_MODELS=" + root + "/ollama");
+    }
+};
 
 TEST(RunDupes, StoreCopyStaysAndTheWildCopyGoesToTheTrashWithAnUndoRow) {
     TempHome home;
@@ -81,13 +89,11 @@ TEST(RunDupes, StoreCopyStaysAndTheWildCopyGoesToTheTrashWithAnUndoRow) {
     std::string blob = home / ".ollama/models/blobs/sha256-0123456789abcdef0123456789abcdef0123456789abcdef0123456789abcdef";
     writeModel(blob, bytes);
     writeModel(home / "Downloads/llama.gguf", bytes);
-    auto report = testing::runKelvorBinary({"--mode", "dupes", "--root", home.path(), "--min-mb", "1"}, ENGLISH);
+    auto report = dupes(home.path());
     EXPECT_NE(report.out.find("(unreferenced blob)"), std::string::npos) << report.out;
     EXPECT_NE(report.out.find("report only"), std::string::npos) << report.out;
     EXPECT_TRUE(fs::exists(home / "Downloads/llama.gguf")) << "a report moves nothing";
-
-    auto apply =
-        testing::runKelvorBinary({"--mode", "dupes", "--root", home.path(), "--min-mb", "1", "--apply"}, ENGLISH);
+    auto apply = dupes(home.path(), {"--apply"});
     EXPECT_EQ(apply.status, 0) << apply.out << apply.err;
     EXPECT_TRUE(fs::exists(blob));
     EXPECT_FALSE(fs::exists(home / "Downloads/llama.gguf")) << apply.out;
@@ -97,47 +103,31 @@ TEST(RunDupes, StoreCopyStaysAndTheWildCopyGoesToTheTrashWithAnUndoRow) {
     EXPECT_EQ(rows[0]["action"], "trash");
     EXPECT_EQ(rows[0]["originalPath"], home / "Downloads/llama.gguf");
     EXPECT_EQ(rows[0]["pending"], false);
-
     auto undo = testing::runKelvorBinary({"--undo"}, ENGLISH);
     EXPECT_EQ(testing::readFile(home / "Downloads/llama.gguf"), bytes) << undo.out;
-}
-
-TEST(RunDupes, OfTwoWildCopiesTheBytewiseSmallerPathStays) {
-    TempHome home;
-    std::string bytes = content(1'200'000, 3);
-    writeModel(home / "b/model.safetensors", bytes);
-    writeModel(home / "a/model.safetensors", bytes);
-    auto apply =
-        testing::runKelvorBinary({"--mode", "dupes", "--root", home.path(), "--min-mb", "1", "--apply"}, ENGLISH);
-    EXPECT_TRUE(fs::exists(home / "a/model.safetensors")) << apply.out;
-    EXPECT_FALSE(fs::exists(home / "b/model.safetensors")) << apply.out;
 }
 
 TEST(RunDupes, AFreshlyWrittenCopyIsGuardedUnlessForced) {
     TempHome home;
     std::string bytes = content(1'050'000, 12);
     writeModel(home / "a/m.ckpt", bytes);
-    fs::create_directories(home / "b");
     testing::writeFile(home / "b/m.ckpt", bytes);  // written just now
-    auto guarded =
-        testing::runKelvorBinary({"--mode", "dupes", "--root", home.path(), "--min-mb", "1", "--apply"}, ENGLISH);
+    auto guarded = dupes(home.path(), {"--apply"});
     EXPECT_NE(guarded.out.find("— skipped: " + home / "b/m.ckpt"), std::string::npos) << guarded.out;
     EXPECT_TRUE(fs::exists(home / "b/m.ckpt"));
     EXPECT_FALSE(fs::exists(home / ".kelvor/undo") && !newestUndoRows(home).empty()) << "no move, no record";
-    auto forced = testing::runKelvorBinary(
-        {"--mode", "dupes", "--root", home.path(), "--min-mb", "1", "--apply", "--force"}, ENGLISH);
+    auto forced = dupes(home.path(), {"--apply", "--force"});
     EXPECT_FALSE(fs::exists(home / "b/m.ckpt")) << forced.out;
 }
 
 TEST(RunDupes, StoreCopiesAreNotTouchedWithoutDedupe) {
     TempHome home;
     std::string bytes = content(1'100'000, 4);
-    std::string blob = home / ".ollama/models/blobs/sha256-1111111111111111111111111111111111111111111111111111111111111111";
-    std::string hf = home / ".cache/huggingface/hub/models--org--name/blobs/2222222222222222222222222222222222222222222222222222222222222222";
+    std::string blob = home / ".ollama/models/blobs/sha256-" + std::string(64, '1');
+    std::string hf = home / ".cache/huggingface/hub/models--org--name/blobs/" + std::string(64, '2');
     writeModel(blob, bytes);
     writeModel(hf, bytes);
-    auto apply =
-        testing::runKelvorBinary({"--mode", "dupes", "--root", home.path(), "--min-mb", "1", "--apply"}, ENGLISH);
+    auto apply = dupes(home.path(), {"--apply"});
     EXPECT_NE(apply.out.find("every copy lives inside a tool store"), std::string::npos) << apply.out;
     EXPECT_NE(apply.out.find("org/name"), std::string::npos) << apply.out;
     EXPECT_TRUE(fs::exists(blob));
@@ -149,12 +139,11 @@ TEST(RunDupes, ACorruptDigestCacheMeansHashingEverythingAgain) {
     std::string bytes = content(1'100'000, 5);
     writeModel(home / "x/one.bin", bytes);
     writeModel(home / "y/two.bin", bytes);
-    fs::create_directories(home / ".kelvor");
     testing::writeFile(home / ".kelvor/digests.json", "{\"/x\": [1, 2, {{{ not json");
-    auto run = testing::runKelvorBinary({"--mode", "dupes", "--root", home.path(), "--min-mb", "1"}, ENGLISH);
+    auto run = dupes(home.path());
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_NE(run.out.find("fully hashed 2/"), std::string::npos) << run.out;
-    auto again = testing::runKelvorBinary({"--mode", "dupes", "--root", home.path(), "--min-mb", "1"}, ENGLISH);
+    auto again = dupes(home.path());
     EXPECT_NE(again.out.find("fully hashed 0/"), std::string::npos) << "the rewritten cache is used: " << again.out;
     EXPECT_NE(again.out.find("× 2"), std::string::npos) << again.out;
 }
@@ -187,51 +176,51 @@ TEST(RunDupes, AFileChangedAfterTheComparisonLeavesItsWholeGroupAlone) {
 
 TEST(RunDupes, AReflinkPairOnXfsIsNotReported) {
     TempHome home;
-    XfsMount xfs(home / "xfs.img", home / "xfs");
+    testing::XfsMount xfs(home / "xfs.img", home / "xfs");
     if (!xfs.mounted()) GTEST_SKIP() << xfs.reason();
     writeModel(home / "xfs/a.gguf", content(3'000'000, 7));
-    ASSERT_EQ(testing::runProgram({firstExisting({"/usr/bin/cp", "/bin/cp"}), "--reflink=always", home / "xfs/a.gguf",
-                                   home / "xfs/b.gguf"},
-                                  "")
-                  .status,
-              0);
+    std::string cp = testing::firstExisting({"/usr/bin/cp", "/bin/cp"});
+    ASSERT_EQ(testing::runProgram({cp, "--reflink=always", home / "xfs/a.gguf", home / "xfs/b.gguf"}, "").status, 0);
     fs::last_write_time(home / "xfs/b.gguf", fs::file_time_type::clock::now() - std::chrono::hours(3));
     EXPECT_TRUE(sharesExtents(home / "xfs/a.gguf", home / "xfs/b.gguf", 3'000'000));
-    auto run = testing::runKelvorBinary({"--mode", "dupes", "--root", home / "xfs", "--min-mb", "1"}, ENGLISH);
+    auto run = dupes(home / "xfs");
     EXPECT_NE(run.out.find("No byte-identical duplicates."), std::string::npos) << run.out;
 }
 
-TEST(RunDupes, DedupeOnXfsClonesTheStoreCopyAndUndoPutsTheOriginalBack) {
+TEST(RunDupes, DedupeOnXfsClonesTheStoreCopyAndUndoPutsBackEveryOriginalThatStillMatches) {
     TempHome home;
-    XfsMount xfs(home / "xfs.img", home / "xfs");
+    testing::XfsMount xfs(home / "xfs.img", home / "xfs");
     if (!xfs.mounted()) GTEST_SKIP() << xfs.reason();
+    BlobPair overwritten(home / "xfs", 2'000'000, 9);
     std::string bytes = content(4'000'000, 8);
     // Both are store copies: the byte-wise smaller path stays.
-    std::string keeper = home / "xfs/hf/models--org--m/blobs/4444444444444444444444444444444444444444444444444444444444444444";
-    std::string copy = home / "xfs/ollama/blobs/sha256-3333333333333333333333333333333333333333333333333333333333333333";
+    std::string keeper = home / "xfs/hf/models--org--m/blobs/" + std::string(64, '4');
+    std::string copy = home / "xfs/ollama/blobs/sha256-" + std::string(64, '3');
     writeModel(keeper, bytes);
     writeModel(copy, bytes);
     std::uint64_t originalInode = inode(copy);
-    std::vector<std::string> environment = ENGLISH;
-    environment.push_back("OLLAMA_MODELS=" + home / "xfs/ollama");
+    std::vector<std::string> environment = overwritten.environment;
     environment.push_back("HF_HUB_CACHE=" + home / "xfs/hf");
-    auto apply = testing::runKelvorBinary(
-        {"--mode", "dupes", "--root", home / "xfs", "--min-mb", "1", "--apply", "--dedupe"}, environment);
+    auto apply = dupes(home / "xfs", {"--apply", "--dedupe"}, environment);
     EXPECT_NE(apply.out.find("clone-merged: " + copy), std::string::npos) << apply.out;
     EXPECT_EQ(testing::readFile(copy), bytes);
     EXPECT_EQ(testing::readFile(keeper), bytes);
     EXPECT_NE(inode(copy), originalInode);
     EXPECT_TRUE(sharesExtents(keeper, copy, bytes.size())) << "the copy's blocks are the keeper's now";
     nlohmann::json rows = newestUndoRows(home);
-    ASSERT_EQ(rows.size(), 1u) << rows.dump();
-    EXPECT_EQ(rows[0]["action"], "clone-merge");
-    EXPECT_EQ(rows[0]["cloneSource"], keeper);
-    EXPECT_EQ(rows[0]["sha256"].get<std::string>().size(), 64u);
-
+    ASSERT_EQ(rows.size(), 2u) << rows.dump();
+    const nlohmann::json& row = rows[0]["originalPath"] == copy ? rows[0] : rows[1];
+    EXPECT_EQ(row["action"], "clone-merge");
+    EXPECT_EQ(row["cloneSource"], keeper);
+    EXPECT_EQ(row["sha256"].get<std::string>().size(), 64u);
+    std::string mine = content(2'000'000, 10);
+    testing::writeFile(overwritten.copy, mine);  // the person wrote over that clone
     auto undo = testing::runKelvorBinary({"--undo"}, environment);
     EXPECT_EQ(inode(copy), originalInode) << undo.out;
     EXPECT_EQ(testing::readFile(copy), bytes);
     EXPECT_FALSE(sharesExtents(keeper, copy, bytes.size()));
+    EXPECT_NE(undo.out.find("no longer matches the record"), std::string::npos) << undo.out;
+    EXPECT_EQ(testing::readFile(overwritten.copy), mine);
 }
 
 // Bytes free for anyone on the file system holding `path`.
@@ -243,79 +232,44 @@ std::uint64_t freeBytes(const std::string& path) {
 
 TEST(RunDupes, ACloneMergedCopyFreesItsBlocksOnceTheTrashIsEmptied) {
     TempHome home;
-    XfsMount xfs(home / "xfs.img", home / "xfs");
+    testing::XfsMount xfs(home / "xfs.img", home / "xfs");
     if (!xfs.mounted()) GTEST_SKIP() << xfs.reason();
-    std::string bytes = content(8'000'000, 13);
-    std::string keeper = home / "xfs/ollama/blobs/sha256-9999999999999999999999999999999999999999999999999999999999999999";
-    std::string copy = home / "xfs/ollama/blobs/sha256-aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa";
-    writeModel(keeper, bytes);
-    writeModel(copy, bytes);
-    std::vector<std::string> environment = ENGLISH;
-    environment.push_back("OLLAMA_MODELS=" + home / "xfs/ollama");
+    BlobPair pair(home / "xfs", 8'000'000, 13);
     const std::uint64_t before = freeBytes(home / "xfs");
-    auto apply = testing::runKelvorBinary(
-        {"--mode", "dupes", "--root", home / "xfs", "--min-mb", "1", "--apply", "--dedupe"}, environment);
-    EXPECT_NE(apply.out.find("clone-merged: " + copy), std::string::npos) << apply.out;
+    auto apply = dupes(home / "xfs", {"--apply", "--dedupe"}, pair.environment);
+    EXPECT_NE(apply.out.find("clone-merged: " + pair.copy), std::string::npos) << apply.out;
     nlohmann::json rows = newestUndoRows(home);
     ASSERT_EQ(rows.size(), 1u) << rows.dump();
     std::string trashed = rows[0]["trashedTo"].get<std::string>();
-    ASSERT_NE(trashed, copy);
-    EXPECT_EQ(testing::readFile(trashed), bytes) << "until the Trash is emptied the original still holds its blocks";
+    ASSERT_NE(trashed, pair.copy);
+    EXPECT_EQ(testing::readFile(trashed), pair.bytes) << "until the Trash is emptied the original still holds its blocks";
     fs::remove(trashed);
     // The Trash's own folders and records take a little room of their own. XFS frees a deleted
     // file's blocks in the background, so the free space is watched for a while.
-    const std::uint64_t expected = before + bytes.size() - 1'048'576;
+    const std::uint64_t expected = before + pair.bytes.size() - 1'048'576;
     std::uint64_t after = freeBytes(home / "xfs");
     for (int wait = 0; wait < 100 && after < expected; ++wait) {
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
         after = freeBytes(home / "xfs");
     }
     EXPECT_GE(after, expected) << apply.out;
-    EXPECT_EQ(testing::readFile(copy), bytes);
-}
-
-TEST(RunDupes, UndoLeavesACloneThatNoLongerMatchesItsRecord) {
-    TempHome home;
-    XfsMount xfs(home / "xfs.img", home / "xfs");
-    if (!xfs.mounted()) GTEST_SKIP() << xfs.reason();
-    std::string bytes = content(2'000'000, 9);
-    std::string keeper = home / "xfs/ollama/blobs/sha256-5555555555555555555555555555555555555555555555555555555555555555";
-    std::string copy = home / "xfs/ollama/blobs/sha256-6666666666666666666666666666666666666666666666666666666666666666";
-    writeModel(keeper, bytes);
-    writeModel(copy, bytes);
-    std::vector<std::string> environment = ENGLISH;
-    environment.push_back("OLLAMA_MODELS=" + home / "xfs/ollama");
-    testing::runKelvorBinary({"--mode", "dupes", "--root", home / "xfs", "--min-mb", "1", "--apply", "--dedupe"},
-                             environment);
-    std::string mine = content(2'000'000, 10);
-    testing::writeFile(copy, mine);  // the person wrote over the clone
-    auto undo = testing::runKelvorBinary({"--undo"}, environment);
-    EXPECT_NE(undo.out.find("no longer matches the record"), std::string::npos) << undo.out;
-    EXPECT_EQ(testing::readFile(copy), mine);
+    EXPECT_EQ(testing::readFile(pair.copy), pair.bytes);
 }
 
 TEST(RunDupes, WithoutClonesTheCopyIsRestoredInPlaceAndTheRunSaysSo) {
-    if (::geteuid() != 0) GTEST_SKIP() << "mounting a tmpfs needs root";
     TempHome home;
     fs::create_directories(home / "tmpfs");
     testing::ScopedMount mount = testing::ScopedMount::tmpfs(home / "tmpfs");
-    ASSERT_TRUE(mount.mounted());
-    std::string bytes = content(1'300'000, 11);
-    std::string keeper = home / "tmpfs/ollama/blobs/sha256-7777777777777777777777777777777777777777777777777777777777777777";
-    std::string copy = home / "tmpfs/ollama/blobs/sha256-8888888888888888888888888888888888888888888888888888888888888888";
-    writeModel(keeper, bytes);
-    writeModel(copy, bytes);
-    std::uint64_t originalInode = inode(copy);
-    std::vector<std::string> environment = ENGLISH;
-    environment.push_back("OLLAMA_MODELS=" + home / "tmpfs/ollama");
-    auto apply = testing::runKelvorBinary(
-        {"--mode", "dupes", "--root", home / "tmpfs", "--min-mb", "1", "--apply", "--dedupe"}, environment);
+    if (!mount.mounted()) GTEST_SKIP() << "mounting a tmpfs needs root";
+    BlobPair pair(home / "tmpfs", 1'300'000, 11);
+    std::uint64_t originalInode = inode(pair.copy);
+    auto apply = dupes(home / "tmpfs", {"--apply", "--dedupe"}, pair.environment);
     EXPECT_NE(apply.out.find("clone failed (errno "), std::string::npos) << apply.out;
-    EXPECT_NE(apply.out.find("restored in place: " + copy), std::string::npos) << apply.out;
-    EXPECT_EQ(inode(copy), originalInode);
-    EXPECT_EQ(testing::readFile(copy), bytes);
-    auto undo = testing::runKelvorBinary({"--undo"}, environment);
-    EXPECT_EQ(testing::readFile(copy), bytes) << undo.out;
+    EXPECT_NE(apply.out.find("restored in place: " + pair.copy), std::string::npos) << apply.out;
+    EXPECT_EQ(inode(pair.copy), originalInode);
+    EXPECT_EQ(testing::readFile(pair.copy), pair.bytes);
+    auto undo = testing::runKelvorBinary({"--undo"}, pair.environment);
+    EXPECT_EQ(testing::readFile(pair.copy), pair.bytes) << undo.out;
 }
 
 }  // namespace

@@ -1,9 +1,8 @@
 #include "quillet/records/json_lines.hpp"
 
+#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <gtest/gtest.h>
 
 #include <set>
 
@@ -21,8 +20,7 @@ TEST(JsonLines, TwoProcessesAppendingAtOnceLoseNoLine) {
     TempHome home;
     const std::string ledger = home / "ledger.jsonl";
     constexpr int PER_PROCESS = 300;
-    // A long field, so that a write split between processes would show as a broken line.
-    const std::string padding(3000, 'p');
+    const std::string padding(3000, 'p');  // a write split between processes would show as a broken line
     KelvorLog::drain();
     int start[2];
     ASSERT_EQ(::pipe(start), 0);
@@ -34,10 +32,9 @@ TEST(JsonLines, TwoProcessesAppendingAtOnceLoseNoLine) {
             ::close(start[1]);
             char go;
             if (::read(start[0], &go, 1) < 0) ::_exit(3);
-            int failures = 0;
             for (int i = 0; i < PER_PROCESS; ++i)
-                if (!appendJsonLine(ledger, {{"side", side}, {"i", i}, {"padding", padding}}).ok()) ++failures;
-            ::_exit(failures == 0 ? 0 : 1);
+                if (!appendJsonLine(ledger, {{"side", side}, {"i", i}, {"padding", padding}}).ok()) ::_exit(1);
+            ::_exit(0);
         }
         children.push_back(child);
     }
@@ -46,7 +43,7 @@ TEST(JsonLines, TwoProcessesAppendingAtOnceLoseNoLine) {
     for (pid_t child : children) {
         int status = 0;
         ::waitpid(child, &status, 0);
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "child " << child << " status " << status;
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "status " << status;
     }
     Result<JsonLines> read = readJsonLines(ledger);
     ASSERT_TRUE(read.ok()) << read.error().describe();
@@ -64,27 +61,20 @@ TEST(JsonLines, ATornLastLineIsKeptCountedAndNotGluedToTheNextAppend) {
     const std::string ledger = home / "ledger.jsonl";
     const std::string torn = R"({"id":2,"path":"/ho)";
     writeFile(ledger, "{\"id\":1}\n" + torn);
-
     Result<JsonLines> before = readJsonLines(ledger);
     ASSERT_TRUE(before.ok());
     EXPECT_TRUE(before->tornEnd);
     EXPECT_EQ(before->unreadable, 1u);
-    ASSERT_EQ(before->lines.size(), 2u);
-    EXPECT_EQ(before->lines[1].text, torn) << "kept verbatim";
-    EXPECT_FALSE(before->lines[1].value.has_value());
-
     ASSERT_TRUE(appendJsonLine(ledger, {{"id", 3}}).ok());
     Result<JsonLines> after = readJsonLines(ledger);
     ASSERT_TRUE(after.ok());
     EXPECT_FALSE(after->tornEnd);
     EXPECT_EQ(after->unreadable, 1u);
     ASSERT_EQ(after->lines.size(), 3u);
-    EXPECT_EQ(after->lines[1].text, torn);
+    EXPECT_EQ(after->lines[1].text, torn) << "kept verbatim";
     ASSERT_TRUE(after->lines[2].value.has_value()) << after->lines[2].text;
     EXPECT_EQ((*after->lines[2].value)["id"], 3);
-
-    // A rewrite from what was read carries the unreadable line along.
-    EXPECT_EQ(joinJsonLines(*after), readFile(ledger));
+    EXPECT_EQ(joinJsonLines(*after), readFile(ledger)) << "a rewrite carries the unreadable line along";
 }
 
 TEST(JsonLines, BlankLinesAreSkippedButLineNumbersStayTrue) {
@@ -98,22 +88,16 @@ TEST(JsonLines, BlankLinesAreSkippedButLineNumbersStayTrue) {
     EXPECT_FALSE(parsed.tornEnd);
 }
 
-TEST(JsonLines, AMissingFileHasNoLinesAndAFolderIsAnError) {
+TEST(JsonLines, AMissingFileIsEmptyAFolderIsAnErrorAndAnUnencodableValueWritesNothing) {
     TempHome home;
     Result<JsonLines> missing = readJsonLines(home / "absent.jsonl");
     ASSERT_TRUE(missing.ok());
     EXPECT_TRUE(missing->lines.empty());
     std::filesystem::create_directories(home / "folder.jsonl");
     EXPECT_FALSE(readJsonLines(home / "folder.jsonl").ok());
-}
-
-TEST(JsonLines, AValueThatCannotBeEncodedIsAnErrorAndWritesNothing) {
-    TempHome home;
-    const std::string ledger = home / "ledger.jsonl";
-    writeFile(ledger, "{\"id\":1}\n");
-    Result<void> appended = appendJsonLine(ledger, {{"path", std::string("/home/\xff\xfe")}});
-    EXPECT_FALSE(appended.ok());
-    EXPECT_EQ(readFile(ledger), "{\"id\":1}\n");
+    writeFile(home / "ledger.jsonl", "{\"id\":1}\n");
+    EXPECT_FALSE(appendJsonLine(home / "ledger.jsonl", {{"path", std::string("/home/\xff\xfe")}}).ok());
+    EXPECT_EQ(readFile(home / "ledger.jsonl"), "{\"id\":1}\n");
 }
 
 }  // namespace
