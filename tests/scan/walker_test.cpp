@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
-#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,6 +13,7 @@
 #include <thread>
 
 #include "tests/support/disk_usage.hpp"
+#include "tests/support/scoped_mount.hpp"
 #include "tests/support/temp_home.hpp"
 #include "tests/support/unprivileged.hpp"
 
@@ -22,6 +22,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::allocatedBytes;
+using testing::ScopedMount;
 using testing::TempHome;
 using testing::writeFile;
 
@@ -163,23 +164,6 @@ TEST(Walker, AFolderOfManyBatchesIsCountedExactlyByAnyNumberOfWorkers) {
     EXPECT_EQ(alone.totals, std::vector<std::uint64_t>{expectedBig}) << "every link of these files is outside";
 }
 
-// Mounts a small tmpfs at `path` for the life of the object (root only).
-class TmpfsMount {
-public:
-    explicit TmpfsMount(const std::string& path) : path_(path) {
-        fs::create_directories(path);
-        mounted_ = ::mount("tmpfs", path.c_str(), "tmpfs", 0, "size=4m") == 0;
-    }
-    ~TmpfsMount() {
-        if (mounted_) ::umount2(path_.c_str(), MNT_DETACH);
-    }
-    bool mounted() const { return mounted_; }
-
-private:
-    std::string path_;
-    bool mounted_ = false;
-};
-
 std::uint64_t inodeOf(const std::string& path) {
     struct stat info {};
     return ::lstat(path.c_str(), &info) == 0 ? info.st_ino : 0;
@@ -189,7 +173,9 @@ TEST(Walker, HardLinksAreOncePerFileSystemAndInode) {
     if (::geteuid() != 0) GTEST_SKIP() << "mounting needs root";
     TempHome home;
     std::string root = home / "root";
-    TmpfsMount first(root + "/one"), second(root + "/two");
+    fs::create_directories(root + "/one");
+    fs::create_directories(root + "/two");
+    ScopedMount first = ScopedMount::tmpfs(root + "/one"), second = ScopedMount::tmpfs(root + "/two");
     ASSERT_TRUE(first.mounted() && second.mounted()) << std::strerror(errno);
     // Fresh tmpfs mounts number their files alike, so the two files share an inode number.
     for (const char* mount : {"/one", "/two"}) {
