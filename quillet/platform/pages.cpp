@@ -3,6 +3,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <new>
 #include <utility>
 
@@ -17,10 +18,13 @@ PageWords::PageWords(std::size_t count) {
     if (count == 0) return;
     const std::size_t page = perPage();
     count_ = (count + page - 1) / page * page;
-    // Anonymous pages come zeroed, and untouched ones cost nothing until written.
     void* start = ::mmap(nullptr, count_ * sizeof(std::uint64_t), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (start == MAP_FAILED) throw std::bad_alloc();
     words_ = static_cast<std::uint64_t*>(start);
+    // Written once now, as the table is filled right after: a page read first would be the shared
+    // zero page until its first write, and that change makes every other processor running a
+    // thread of this process flush its address cache.
+    std::memset(words_, 0, count_ * sizeof(std::uint64_t));
 }
 
 PageWords::~PageWords() {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <climits>
+#include <cstring>
 #include <cerrno>
 #include <memory>
 #include <string>
@@ -174,6 +175,12 @@ Result<OpenDir> openItem(const WorkItem& item) {
     return current;
 }
 
+// Adds one listed name to a batch: its inode number (8 bytes), then the name and a NUL.
+void appendToBatch(std::string& batch, std::uint64_t inode, const std::string& name) {
+    batch.append(reinterpret_cast<const char*>(&inode), sizeof inode);
+    batch.append(name).push_back('\0');
+}
+
 // One worker's private state: its buffer, its sums since the last flush, and the folders found in
 // the directory it holds. Nothing here is shared, so reading and adding up take no lock.
 struct Worker {
@@ -191,9 +198,8 @@ struct Worker {
     std::vector<WorkItem> batches;
     const WorkItem* item = nullptr;
     std::shared_ptr<const HeldDir> folder;  // the folder being read
-    std::string names;                      // regular files listed and not yet described
-    std::vector<std::pair<std::uint64_t, std::uint32_t>> listed;  // their inodes and places in `names`
-    std::string ordered;                    // `names` again, in inode order
+    std::string names;                      // regular files listed and not yet described (a batch)
+    std::vector<std::pair<std::uint64_t, const char*>> order;  // a batch's inodes and names, sorted
     std::size_t nameCount = 0;
     std::uint64_t itemBytes = 0;
     BulkEntry described;
@@ -216,17 +222,26 @@ struct Worker {
                 count(entry, folder->dir);
                 return;
             }
-            listed.push_back({entry.fileID, static_cast<std::uint32_t>(names.size())});
-            names.append(entry.name).push_back('\0');
+            appendToBatch(names, entry.fileID, entry.name);
             if (++nameCount == SHARED_BATCH_NAMES) handOutBatch();
         }
     }
 
-    // Describes and counts every name of `batch` inside `in`.
+    // Describes and counts every name of `batch` inside `in`, in the order of their inode
+    // numbers. A folder lists its names in the order of their hash; looked up in inode order, the
+    // inodes of a cold disk are read from its inode table block after block, each block holding
+    // several of them. The one reading a huge folder only lists: whoever describes a batch sorts it.
     void describeAll(const std::string& batch, const OpenDir& in) {
+        order.clear();
         for (std::size_t at = 0; at < batch.size();) {
-            const char* name = batch.c_str() + at;
-            at += std::char_traits<char>::length(name) + 1;
+            std::uint64_t inode;
+            std::memcpy(&inode, batch.data() + at, sizeof inode);
+            const char* name = batch.c_str() + at + sizeof inode;
+            order.emplace_back(inode, name);
+            at += sizeof inode + std::char_traits<char>::length(name) + 1;
+        }
+        if (!std::is_sorted(order.begin(), order.end())) std::sort(order.begin(), order.end());
+        for (const auto& [inode, name] : order) {
             ++sinceFlush;
             Result<void> found = describeIn(in, name, described);
             if (!found) {
@@ -240,23 +255,9 @@ struct Worker {
         if (!linked.empty()) itemBytes += agg.claimLinkedFiles(linked);
     }
 
-    // Puts the names waiting in `names` in the order of their inode numbers. A folder lists its
-    // names in the order of their hash; looked up in inode order, the inodes of a cold disk are read
-    // from its inode table block after block, each block holding several of them.
-    void orderByInode() {
-        if (!std::is_sorted(listed.begin(), listed.end())) {
-            std::sort(listed.begin(), listed.end());
-            ordered.clear();
-            for (const auto& [inode, at] : listed) ordered.append(names.c_str() + at).push_back('\0');
-            names.swap(ordered);
-        }
-        listed.clear();
-    }
-
     // A full batch goes to whichever worker is free while few of this folder's wait; else the
     // reader describes it now, which bounds the names held.
     void handOutBatch() {
-        orderByInode();
         if (othersHelp && folder->batchesWaiting.load(std::memory_order_relaxed) < SHARED_BATCHES_WAITING) {
             folder->batchesWaiting.fetch_add(1, std::memory_order_relaxed);
             batches.push_back({std::string(), item->bucket, folder, 0, std::move(names)});
@@ -299,7 +300,6 @@ struct Worker {
         folder = std::make_shared<const HeldDir>(std::move(*opened), held);
         const EntrySink sink = [this](const BulkEntry& entry) { take(entry); };
         readOpenDir(folder->dir, buffer.get(), BUF_SIZE, tally.denied, tally.errors, sink, EntryDetail::namesAndTypes);
-        orderByInode();
         describeAll(names, folder->dir);
         names.clear();
         nameCount = 0;

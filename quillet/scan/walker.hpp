@@ -45,7 +45,7 @@ struct WorkItem {
     int bucket = 0;
     std::shared_ptr<const HeldDir> anchor{};  // an open folder above it; none: open by path
     std::size_t anchorLength = 0;             // the length of anchor's path, a prefix of `path`
-    std::string names{};                      // names inside anchor, each ended by a NUL
+    std::string names{};                      // files inside anchor: each an 8-byte inode number, a name, a NUL
 };
 
 enum class QueueOrder {
