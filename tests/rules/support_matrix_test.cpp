@@ -70,10 +70,10 @@ TEST(SupportMatrix, ALinuxSectionListsTheLinuxTableWithItsXdgVariables) {
         {"~/.local/share/pnpm/store", "| `npm_config_store_dir`, `PNPM_HOME`, `XDG_DATA_HOME` |"},
         {"~/.cache/bazel", "| — |"},  // Bazel ignores XDG_CACHE_HOME
     };
-    for (const auto& [path, ending] : endings)
+    for (const auto& expected : endings)
         EXPECT_TRUE(std::any_of(rows.begin(), rows.end(), [&](const std::string& row) {
-            return row.find("| `" + path + "` |") != std::string::npos && row.ends_with(ending);
-        })) << path << " " << ending;
+            return row.find("| `" + expected.first + "` |") != std::string::npos && row.ends_with(expected.second);
+        })) << expected.first << " " << expected.second;
     EXPECT_NE(matrix.find("| `target/` | `Cargo.toml` beside | B · rebuildable |"), std::string::npos);
     EXPECT_NE(matrix.find("| `build/` | `CMakeCache.txt` inside | B · rebuildable |"), std::string::npos);
 }
