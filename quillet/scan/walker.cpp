@@ -11,6 +11,7 @@
 #include "quillet/platform/dir_failures.hpp"
 #include "quillet/platform/disk_reads.hpp"
 #include "quillet/platform/dirs.hpp"
+#include "quillet/platform/processor_time.hpp"
 #include "quillet/platform/workers.hpp"
 
 namespace kelvor {
@@ -345,16 +346,25 @@ WalkEnd scanBulk(const WalkWorkers& workers, Agg& agg, std::vector<WorkItem> see
     });
     int running = group.growTo(std::clamp(workers.first, 1, most));
     // The count of reads from the disk is the process's: what it read before the walk is not the walk's.
-    std::optional<std::uint64_t> readBefore = running < most ? bytesReadFromDisk() : std::nullopt;
-    while (readBefore && running < most && !queue.waitEnd(WALK_GROWTH_CHECK)) {
+    const std::optional<std::uint64_t> readAtStart = running < most ? bytesReadFromDisk() : std::nullopt;
+    std::uint64_t readBefore = readAtStart.value_or(0);
+    auto checkedAt = std::chrono::steady_clock::now();
+    std::chrono::nanoseconds usedBefore = processorTimeUsed();
+    while (readAtStart && running < most && !queue.waitEnd(WALK_GROWTH_CHECK)) {
         const std::optional<std::uint64_t> readNow = bytesReadFromDisk();
         if (!readNow) break;
-        if (*readNow > *readBefore) {
+        const auto now = std::chrono::steady_clock::now();
+        const std::chrono::nanoseconds usedNow = processorTimeUsed();
+        const double busy = std::chrono::duration<double>(usedNow - usedBefore).count() /
+                            std::max(1e-9, std::chrono::duration<double>(now - checkedAt).count());
+        if (walkWaitsOnDisk(*readNow - std::min(*readNow, readBefore), busy, running, workers)) {
             const int wanted = grownWalkWorkers(running, workers);
             if (group.growTo(wanted) < wanted) break;  // the system refuses more threads
             running = wanted;
         }
-        readBefore = readNow;
+        readBefore = *readNow;
+        checkedAt = now;
+        usedBefore = usedNow;
     }
     group.join();
     return queue.cancelled() ? WalkEnd::cancelled : WalkEnd::finished;

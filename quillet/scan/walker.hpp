@@ -113,8 +113,8 @@ WalkEnd scanBulk(int threads, Agg& agg, std::vector<WorkItem> seeds, QueueOrder 
                  std::optional<Deadline> deadline = std::nullopt);
 
 // The same walk with `workers.first` workers from the start and, while the walk finds itself
-// reading from the disk (checked every WALK_GROWTH_CHECK), twice as many each time up to
-// `workers.most`.
+// reading from the disk with processors to spare (checked every WALK_GROWTH_CHECK), twice as many
+// each time up to `workers.most`.
 WalkEnd scanBulk(const WalkWorkers& workers, Agg& agg, std::vector<WorkItem> seeds, QueueOrder order,
                  std::optional<Deadline> deadline = std::nullopt);
 

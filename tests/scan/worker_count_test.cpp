@@ -45,6 +45,27 @@ TEST(WorkerCount, AGrowingWalkStartsWithTheProcessorsAndDoublesUpToItsMost) {
     }
 }
 
+TEST(WorkerCount, AWalkGrowsOnlyWhileItWaitsOnTheDiskWithProcessorsToSpare) {
+    const WalkWorkers twoProcessors = growingWalkWorkers(2);
+    struct Case {
+        std::uint64_t bytesRead;
+        double busy;
+        int running;
+        bool grows;
+        const char* why;
+    };
+    const Case cases[] = {
+        {4 << 20, 0.6, 2, true, "cold: megabytes read, processors idle while workers sleep"},
+        {4 << 20, 1.95, 2, false, "both processors busy: more workers would only take turns"},
+        {4 << 20, 1.95, 8, false, "busy is measured against the processors, not the workers"},
+        {4 << 20, 0.95, 1, false, "one worker keeping its one processor busy"},
+        {8192, 0.5, 2, false, "a block or two the cache had dropped: a warm walk"},
+        {0, 0.2, 2, false, "nothing read: the walk is short of work, not of workers"},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(walkWaitsOnDisk(c.bytesRead, c.busy, c.running, twoProcessors), c.grows) << c.why;
+}
+
 TEST(WorkerCount, AskedWorkersAreExact) {
     EXPECT_EQ(exactWalkWorkers(5), (WalkWorkers{5, 5}));
     EXPECT_EQ(exactWalkWorkers(0), (WalkWorkers{1, 1})) << "a walk always has a worker";
