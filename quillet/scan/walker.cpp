@@ -123,6 +123,23 @@ std::size_t WorkQueue::stored() const {
     return stack_.size();
 }
 
+void appendToBatch(std::string& batch, std::uint64_t inode, const std::string& name) {
+    batch.append(reinterpret_cast<const char*>(&inode), sizeof inode);
+    batch.append(name).push_back('\0');
+}
+
+void namesOfBatch(const std::string& batch, bool byInode, std::vector<std::pair<std::uint64_t, const char*>>& names) {
+    names.clear();
+    for (std::size_t at = 0; at + sizeof(std::uint64_t) < batch.size();) {
+        std::uint64_t inode;
+        std::memcpy(&inode, batch.data() + at, sizeof inode);
+        const char* name = batch.c_str() + at + sizeof inode;
+        names.emplace_back(inode, name);
+        at += sizeof inode + std::char_traits<char>::length(name) + 1;
+    }
+    if (byInode && !std::is_sorted(names.begin(), names.end())) std::sort(names.begin(), names.end());
+}
+
 std::string childPath(const std::string& folder, const std::string& name) {
     std::string path;
     path.reserve(folder.size() + 1 + name.size());
@@ -176,21 +193,16 @@ Result<OpenDir> openItem(const WorkItem& item) {
     return current;
 }
 
-// Adds one listed name to a batch: its inode number (8 bytes), then the name and a NUL.
-void appendToBatch(std::string& batch, std::uint64_t inode, const std::string& name) {
-    batch.append(reinterpret_cast<const char*>(&inode), sizeof inode);
-    batch.append(name).push_back('\0');
-}
-
 // One worker's private state: its buffer, its sums since the last flush, and the folders found in
 // the directory it holds. Nothing here is shared, so reading and adding up take no lock.
 struct Worker {
-    Worker(Agg& target, WorkQueue& work, std::atomic<int>& heldCount, bool others)
-        : agg(target), queue(work), held(heldCount), othersHelp(others) {}
+    Worker(Agg& target, WorkQueue& work, std::atomic<int>& heldCount, const std::atomic<bool>& byInode, bool others)
+        : agg(target), queue(work), held(heldCount), inodeOrder(byInode), othersHelp(others) {}
 
     Agg& agg;
     WorkQueue& queue;
     std::atomic<int>& held;
+    const std::atomic<bool>& inodeOrder;  // describe a batch's names in the order of their inodes
     const bool othersHelp;  // more than one worker: a large folder's batches are worth handing out
     std::unique_ptr<std::byte[]> buffer{new std::byte[BUF_SIZE]};
     WorkerTally tally;
@@ -200,7 +212,7 @@ struct Worker {
     const WorkItem* item = nullptr;
     std::shared_ptr<const HeldDir> folder;  // the folder being read
     std::string names;                      // regular files listed and not yet described (a batch)
-    std::vector<std::pair<std::uint64_t, const char*>> order;  // a batch's inodes and names, sorted
+    std::vector<std::pair<std::uint64_t, const char*>> order;  // a batch in the order it is described
     std::size_t nameCount = 0;
     std::uint64_t itemBytes = 0;
     BulkEntry described;
@@ -228,20 +240,14 @@ struct Worker {
         }
     }
 
-    // Describes and counts every name of `batch` inside `in`, in the order of their inode
-    // numbers. A folder lists its names in the order of their hash; looked up in inode order, the
-    // inodes of a cold disk are read from its inode table block after block, each block holding
-    // several of them. The one reading a huge folder only lists: whoever describes a batch sorts it.
+    // Describes and counts every name of `batch` inside `in`; in the order of their inode numbers
+    // once the walk reads from the disk. A folder lists its names in the order of their hash; looked
+    // up in inode order, the inodes of a cold disk are read from its inode table block after block,
+    // each block holding several of them. Cached ones are not worth the sort: they sit in memory in
+    // the order the programs that met them first met them, most often the listing's. The one
+    // reading a huge folder only lists: whoever describes a batch sorts it.
     void describeAll(const std::string& batch, const OpenDir& in) {
-        order.clear();
-        for (std::size_t at = 0; at < batch.size();) {
-            std::uint64_t inode;
-            std::memcpy(&inode, batch.data() + at, sizeof inode);
-            const char* name = batch.c_str() + at + sizeof inode;
-            order.emplace_back(inode, name);
-            at += sizeof inode + std::char_traits<char>::length(name) + 1;
-        }
-        if (!std::is_sorted(order.begin(), order.end())) std::sort(order.begin(), order.end());
+        namesOfBatch(batch, inodeOrder.load(std::memory_order_relaxed), order);
         for (const auto& [inode, name] : order) {
             ++sinceFlush;
             Result<void> found = describeIn(in, name, described);
@@ -339,28 +345,34 @@ WalkEnd scanBulk(const WalkWorkers& workers, Agg& agg, std::vector<WorkItem> see
                  std::optional<Deadline> deadline) {
     WorkQueue queue(std::move(seeds), order, deadline);
     std::atomic<int> held{0};
+    std::atomic<bool> inodeOrder{false};  // set once the walk reads its inodes from the disk
     const int most = std::max(1, workers.most);
     WorkerGroup group(WORKER_STACK_BYTES, [&](int) {
-        Worker worker(agg, queue, held, most > 1);
+        Worker worker(agg, queue, held, inodeOrder, most > 1);
         worker.run();
     });
     int running = group.growTo(std::clamp(workers.first, 1, most));
     // The count of reads from the disk is the process's: what it read before the walk is not the walk's.
-    const std::optional<std::uint64_t> readAtStart = running < most ? bytesReadFromDisk() : std::nullopt;
+    const std::optional<std::uint64_t> readAtStart = bytesReadFromDisk();
     std::uint64_t readBefore = readAtStart.value_or(0);
     auto checkedAt = std::chrono::steady_clock::now();
     std::chrono::nanoseconds usedBefore = processorTimeUsed();
-    while (readAtStart && running < most && !queue.waitEnd(WALK_GROWTH_CHECK)) {
+    bool growing = running < most;
+    while (readAtStart && (growing || !inodeOrder.load(std::memory_order_relaxed)) &&
+           !queue.waitEnd(WALK_GROWTH_CHECK)) {
         const std::optional<std::uint64_t> readNow = bytesReadFromDisk();
         if (!readNow) break;
+        const std::uint64_t read = *readNow - std::min(*readNow, readBefore);
+        if (walkReadsDisk(read)) inodeOrder.store(true, std::memory_order_relaxed);
         const auto now = std::chrono::steady_clock::now();
         const std::chrono::nanoseconds usedNow = processorTimeUsed();
         const double busy = std::chrono::duration<double>(usedNow - usedBefore).count() /
                             std::max(1e-9, std::chrono::duration<double>(now - checkedAt).count());
-        if (walkWaitsOnDisk(*readNow - std::min(*readNow, readBefore), busy, running, workers)) {
+        if (growing && walkWaitsOnDisk(read, busy, running, workers)) {
             const int wanted = grownWalkWorkers(running, workers);
-            if (group.growTo(wanted) < wanted) break;  // the system refuses more threads
-            running = wanted;
+            const int started = group.growTo(wanted);
+            growing = started == wanted && started < most;  // the system may refuse more threads
+            running = started;
         }
         readBefore = *readNow;
         checkedAt = now;

@@ -9,6 +9,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "quillet/scan/agg.hpp"
@@ -114,9 +115,16 @@ WalkEnd scanBulk(int threads, Agg& agg, std::vector<WorkItem> seeds, QueueOrder 
 
 // The same walk with `workers.first` workers from the start and, while the walk finds itself
 // reading from the disk with processors to spare (checked every WALK_GROWTH_CHECK), twice as many
-// each time up to `workers.most`.
+// each time up to `workers.most`. Once it reads from the disk, it looks files up in inode order.
 WalkEnd scanBulk(const WalkWorkers& workers, Agg& agg, std::vector<WorkItem> seeds, QueueOrder order,
                  std::optional<Deadline> deadline = std::nullopt);
+
+// Adds one listed file to a batch of a folder's files: its inode number (8 bytes), its name, a NUL.
+void appendToBatch(std::string& batch, std::uint64_t inode, const std::string& name);
+
+// The files of `batch` (inode number and name, pointing into `batch`) into `names`: in the order
+// they were added, or by inode number when `byInode`.
+void namesOfBatch(const std::string& batch, bool byInode, std::vector<std::pair<std::uint64_t, const char*>>& names);
 
 // `folder` + "/" + `name`, without doubling the slash of "/".
 std::string childPath(const std::string& folder, const std::string& name);

@@ -21,9 +21,11 @@ int grownWalkWorkers(int running, const WalkWorkers& workers) {
     return std::clamp(2 * std::max(1, running), 1, std::max(1, workers.most));
 }
 
+bool walkReadsDisk(std::uint64_t bytesRead) { return bytesRead >= WALK_DISK_READ_LEAST; }
+
 bool walkWaitsOnDisk(std::uint64_t bytesRead, double processorsBusy, int running, const WalkWorkers& workers) {
     const int processors = std::max(1, std::min(running, workers.first));
-    return bytesRead >= WALK_DISK_READ_LEAST && processorsBusy < WALK_BUSY_SHARE * processors;
+    return walkReadsDisk(bytesRead) && processorsBusy < WALK_BUSY_SHARE * processors;
 }
 
 }  // namespace kelvor

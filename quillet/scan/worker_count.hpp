@@ -48,6 +48,9 @@ WalkWorkers exactWalkWorkers(int count);
 // beyond `workers.most`.
 int grownWalkWorkers(int running, const WalkWorkers& workers);
 
+// Whether `bytesRead` between two checks shows a walk reading from the disk in earnest.
+bool walkReadsDisk(std::uint64_t bytesRead);
+
 // Whether a growing walk adds workers after a check: it read at least WALK_DISK_READ_LEAST from
 // the disk since the last one (`bytesRead`) and kept fewer than WALK_BUSY_SHARE of its processors
 // busy (`processorsBusy`: processor time over wall time). A walk with every processor busy gains

@@ -128,6 +128,26 @@ TEST(Walker, AnUnreadableFolderIsDeniedAndItsSiblingsAreStillRead) {
         << "bucket a, bucket b, files, denied, errors";
 }
 
+TEST(Walker, ABatchGivesBackEveryNameInListingOrderOrByInode) {
+    std::string batch;
+    const std::pair<std::uint64_t, std::string> listed[] = {
+        {90, "b"}, {12, std::string("with\nnewline")}, {~std::uint64_t{0}, "last"}, {12, "same inode"}, {0, "x"}};
+    for (const auto& [inode, name] : listed) appendToBatch(batch, inode, name);
+    std::vector<std::pair<std::uint64_t, const char*>> names;
+    namesOfBatch(batch, false, names);
+    ASSERT_EQ(names.size(), std::size(listed));
+    for (std::size_t at = 0; at < names.size(); ++at) {
+        EXPECT_EQ(names[at].first, listed[at].first);
+        EXPECT_EQ(names[at].second, listed[at].second);
+    }
+    namesOfBatch(batch, true, names);
+    std::vector<std::pair<std::uint64_t, std::string>> sorted;
+    for (const auto& [inode, name] : names) sorted.emplace_back(inode, name);
+    EXPECT_EQ(sorted, (std::vector<std::pair<std::uint64_t, std::string>>{
+                          {0, "x"}, {12, "with\nnewline"}, {12, "same inode"}, {90, "b"}, {~std::uint64_t{0}, "last"}}))
+        << "one inode's names keep their listing order";
+}
+
 TEST(Walker, AFolderOfManyBatchesIsCountedExactlyByAnyNumberOfWorkers) {
     TempHome home;
     std::string root = home / "root";
