@@ -37,6 +37,9 @@ enum class EntryDetail {
     everyEntry,        // every field of every entry
     regularFilesOnly,  // directories, links and others carry name, type and inode only
     namesAndTypes,     // every entry carries name, type and inode only (a search by name)
+    // As regularFilesOnly in a folder whose whole listing one read of the buffer holds; as
+    // namesAndTypes in a larger one, whose files the caller may then have described in parallel.
+    regularFilesOfSmallFolders,
 };
 
 // Called once per entry; the entry is only valid during the call.

@@ -58,10 +58,14 @@ struct LinkedFiles::Shard {
 
         // The table holds whole pages of slots, any number of them (not only powers of two), so it
         // can grow by a quarter and stay nearly as full as it may be.
-        std::uint64_t& slotFor(std::uint64_t hash, std::uint64_t fileID) {
+        std::size_t firstPlace(std::uint64_t hash, std::uint64_t fileID) const {
             const std::uint64_t runs = slots.size() / NEIGHBOURS;
             const std::uint64_t run = ((hash >> PLACE_SHIFT) & 0xFFFFFFFFu) * runs >> 32;
-            std::size_t at = run * NEIGHBOURS + (fileID & (NEIGHBOURS - 1));
+            return run * NEIGHBOURS + (fileID & (NEIGHBOURS - 1));
+        }
+
+        std::uint64_t& slotFor(std::uint64_t hash, std::uint64_t fileID) {
+            std::size_t at = firstPlace(hash, fileID);
             for (;;) {
                 std::uint64_t& slot = slots[at];
                 if (slot == 0 || (slot & INODE_MASK) == fileID) return slot;
@@ -69,11 +73,13 @@ struct LinkedFiles::Shard {
             }
         }
 
-        void growIfFull() {
-            if ((used + 1) * 8 <= slots.size() * FILL_EIGHTHS) return;
+        // True when it grew.
+        bool growIfFull() {
+            if ((used + 1) * 8 <= slots.size() * FILL_EIGHTHS) return false;
             PageWords old = std::exchange(slots, PageWords(slots.size() + slots.size() / 4 + 1));
             for (std::size_t at = 0; at < old.size(); ++at)
                 if (const std::uint64_t slot = old[at]; slot != 0) slotFor(mixed(device, slot & INODE_MASK), slot & INODE_MASK) = slot;
+            return true;
         }
     };
 
@@ -102,6 +108,29 @@ struct LinkedFiles::Shard {
         if (unseen > 0) outside += allocSize;
     }
 
+    // Where the first device's table sits, for a worker to start fetching a slot before it takes
+    // the lock. Written under the lock whenever that table is made or grows, read without it: a
+    // reader may see an old table, and a fetch of a stale place costs nothing.
+    std::atomic<std::uintptr_t> firstSlots{0};
+    std::atomic<std::uint64_t> firstRuns{0};
+    std::atomic<std::uint64_t> firstDevice{0};
+
+    void publish(Table& table) {
+        if (&table != &tables.front()) return;
+        firstDevice.store(table.device, std::memory_order_relaxed);
+        firstRuns.store(table.slots.size() / NEIGHBOURS, std::memory_order_relaxed);
+        firstSlots.store(reinterpret_cast<std::uintptr_t>(table.slots.data()), std::memory_order_relaxed);
+    }
+
+    // Starts fetching the slot a claim of this key would look at first.
+    void prefetch(std::uint64_t hash, std::uint64_t fileID, std::uint64_t device) const {
+        const std::uintptr_t slots = firstSlots.load(std::memory_order_relaxed);
+        if (slots == 0 || firstDevice.load(std::memory_order_relaxed) != device) return;
+        const std::uint64_t run = ((hash >> PLACE_SHIFT) & 0xFFFFFFFFu) * firstRuns.load(std::memory_order_relaxed) >> 32;
+        const std::uint64_t place = run * NEIGHBOURS + (fileID & (NEIGHBOURS - 1));
+        __builtin_prefetch(reinterpret_cast<const void*>(slots + place * sizeof(std::uint64_t)));
+    }
+
     bool claimUnusual(std::uint64_t device, std::uint64_t fileID, std::uint32_t unseen, std::uint64_t allocSize) {
         auto [at, added] = unusual.try_emplace({device, fileID}, unseen);
         if (added) first(unseen, allocSize);
@@ -113,7 +142,7 @@ struct LinkedFiles::Shard {
                std::uint64_t allocSize) {
         if (fileID == 0 || fileID > INODE_MASK) return claimUnusual(device, fileID, unseen, allocSize);
         Table& table = tableOf(device);
-        table.growIfFull();
+        if (table.growIfFull()) publish(table);
         std::uint64_t& slot = table.slotFor(hash, fileID);
         if (slot != 0) {
             std::uint32_t left = static_cast<std::uint32_t>(slot >> INODE_BITS);
@@ -145,26 +174,38 @@ bool LinkedFiles::claim(std::uint64_t device, std::uint64_t fileID, std::uint32_
 }
 
 std::uint64_t LinkedFiles::claimAll(LinkBatch& batch) {
-    std::vector<LinkBatch::Pending>& pending = batch.pending_;
-    // Stable: sightings of one file keep their order, so a file whose links changed during the walk
-    // is counted as it would be one sighting at a time.
-    std::stable_sort(pending.begin(), pending.end(), [](const auto& a, const auto& b) { return a.hash < b.hash; });
+    const std::vector<LinkBatch::Pending>& pending = batch.pending_;
+    // Every slot is asked for from memory before the first is needed, so the fetches overlap.
+    for (const LinkBatch::Pending& seen : pending)
+        shards_[seen.hash >> SHARD_SHIFT]->prefetch(seen.hash, seen.fileID, seen.device);
+    // Grouped by shard, each group in the order met (a counting sort): sightings of one file keep
+    // their order, so a file whose links changed during the walk counts as one sighting at a time would.
+    std::array<std::uint32_t, LINK_SHARDS + 1> starts{};
+    for (const LinkBatch::Pending& seen : pending) ++starts[(seen.hash >> SHARD_SHIFT) + 1];
+    for (std::size_t shard = 1; shard <= LINK_SHARDS; ++shard) starts[shard] += starts[shard - 1];
+    std::vector<LinkBatch::Pending>& grouped = batch.grouped_;
+    grouped.resize(pending.size());
+    std::array<std::uint32_t, LINK_SHARDS + 1> next = starts;
+    for (const LinkBatch::Pending& seen : pending) grouped[next[seen.hash >> SHARD_SHIFT]++] = seen;
     std::uint64_t firstBytes = 0;
-    for (std::size_t at = 0; at < pending.size();) {
-        const std::uint64_t shardIndex = pending[at].hash >> SHARD_SHIFT;
-        Shard& shard = *shards_[shardIndex];
+    for (std::size_t index = 0; index < LINK_SHARDS; ++index) {
+        if (starts[index] == starts[index + 1]) continue;
+        Shard& shard = *shards_[index];
         std::lock_guard guard(shard.lock);
-        for (; at < pending.size() && pending[at].hash >> SHARD_SHIFT == shardIndex; ++at) {
-            const LinkSighting& seen = pending[at].sighting;
-            if (shard.claim(pending[at].hash, seen.device, seen.fileID, unseenOf(seen.linkCount), seen.allocSize))
+        for (std::uint32_t at = starts[index]; at < starts[index + 1]; ++at) {
+            const LinkBatch::Pending& seen = grouped[at];
+            if (shard.claim(seen.hash, seen.device, seen.fileID, unseenOf(seen.linkCount), seen.allocSize))
                 firstBytes += seen.allocSize;
         }
     }
-    pending.clear();
+    batch.pending_.clear();
     return firstBytes;
 }
 
-void LinkBatch::add(const LinkSighting& sighting) { pending_.push_back({mixed(sighting.device, sighting.fileID), sighting}); }
+void LinkBatch::add(const LinkSighting& sighting) {
+    pending_.push_back({mixed(sighting.device, sighting.fileID), sighting.fileID, sighting.allocSize, sighting.device,
+                        sighting.linkCount});
+}
 
 std::uint64_t LinkedFiles::dupes() const {
     std::uint64_t dupes = 0;

@@ -4,6 +4,7 @@
 // rarely wait for each other, and each shard keeps a file in one 8-byte slot of an open-addressed
 // table grown a quarter at a time, so a walk among 300,000 linked files holds about 3 MB.
 #include <array>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -56,8 +57,8 @@ private:
     std::array<std::unique_ptr<Shard>, LINK_SHARDS> shards_;
 };
 
-// The sightings one worker gathers from a folder and claims together: sorted by shard and slot,
-// so each shard's lock is taken once for all of them and its table is read in order.
+// The sightings one worker gathers from a folder and claims together: grouped by shard, so each
+// shard's lock is taken once for all of them, and with their slots fetched from memory at once.
 class LinkBatch {
 public:
     void add(const LinkSighting& sighting);
@@ -67,9 +68,13 @@ private:
     friend class LinkedFiles;
     struct Pending {
         std::uint64_t hash;
-        LinkSighting sighting;
+        std::uint64_t fileID;
+        std::uint64_t allocSize;
+        std::uint64_t device;
+        std::uint32_t linkCount;
     };
     std::vector<Pending> pending_;
+    std::vector<Pending> grouped_;  // the same sightings grouped by shard while they are claimed
 };
 
 }  // namespace kelvor

@@ -306,7 +306,11 @@ struct Worker {
         }
         folder = std::make_shared<const HeldDir>(std::move(*opened), held);
         const EntrySink sink = [this](const BulkEntry& entry) { take(entry); };
-        readOpenDir(folder->dir, buffer.get(), BUF_SIZE, tally.denied, tally.errors, sink, EntryDetail::namesAndTypes);
+        // Listed names wait in batches, to be sorted by inode (reading from the disk) or shared
+        // (a huge folder); else each file is described straight from the listing.
+        const EntryDetail detail = inodeOrder.load(std::memory_order_relaxed) ? EntryDetail::namesAndTypes
+                                                                              : EntryDetail::regularFilesOfSmallFolders;
+        readOpenDir(folder->dir, buffer.get(), BUF_SIZE, tally.denied, tally.errors, sink, detail);
         describeAll(names, folder->dir);
         names.clear();
         nameCount = 0;

@@ -151,11 +151,15 @@ TEST(Walker, ABatchGivesBackEveryNameInListingOrderOrByInode) {
 TEST(Walker, AFolderOfManyBatchesIsCountedExactlyByAnyNumberOfWorkers) {
     TempHome home;
     std::string root = home / "root";
-    // Enough files for several batches plus a partial one, with folders and links among them.
+    // Enough files for several batches plus a partial one, with folders and links among them, and
+    // names long enough that one read of the walker's buffer cannot hold the listing: only then
+    // is the folder shared.
     const std::size_t count = 3 * SHARED_BATCH_NAMES + 17;
+    const std::string stem = root + "/big/" + std::string(80, 'n');
+    ASSERT_GT(count * (stem.size() - root.size()), BUF_SIZE);
     std::uint64_t expectedBig = 0;
     for (std::size_t i = 0; i < count; ++i) {
-        std::string path = root + "/big/f" + std::to_string(i);
+        std::string path = stem + std::to_string(i);
         writeFile(path, std::string(i % 7 == 0 ? 5000 + i : i % 90, 'x'));
         expectedBig += allocatedBytes(path);
     }
@@ -165,8 +169,8 @@ TEST(Walker, AFolderOfManyBatchesIsCountedExactlyByAnyNumberOfWorkers) {
     fs::create_directories(root + "/other");
     std::uint64_t links = 0;
     for (std::size_t i = 0; i < count; i += 10, ++links)
-        fs::create_hard_link(root + "/big/f" + std::to_string(i), root + "/other/l" + std::to_string(i));
-    fs::create_symlink(root + "/big/f1", root + "/big/zz-link");
+        fs::create_hard_link(stem + std::to_string(i), root + "/other/l" + std::to_string(i));
+    fs::create_symlink(stem + "1", root + "/big/zz-link");
     for (const WalkWorkers& workers : WORKER_SCHEMES) {
         for (QueueOrder order : {QueueOrder::depthFirst, QueueOrder::breadthFirst}) {
             // With one bucket per folder, which bucket sees a linked file first depends on the

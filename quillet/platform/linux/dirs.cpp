@@ -8,6 +8,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <climits>
 #include <cstring>
 
 namespace kelvor {
@@ -59,13 +60,19 @@ bool readOpenDir(const OpenDir& dir, std::byte* buf, std::size_t bufSize, std::u
     const int fd = dir.descriptor();
     // One entry object for the whole directory, so its name's storage is reused, not reallocated.
     BulkEntry entry;
-    for (;;) {
+    for (bool first = true;; first = false) {
         long got = ::syscall(SYS_getdents64, fd, buf, bufSize);
         if (got < 0) {
             countReadFailure(errorKindOf(errno), denied, errors);
             return false;
         }
         if (got == 0) break;
+        if (first && detail == EntryDetail::regularFilesOfSmallFolders) {
+            // The system fills the buffer as far as the listing goes: room left for two more of
+            // the longest entries means this read holds all of it. A wrong guess costs only speed.
+            const bool small = static_cast<std::size_t>(got) + 2 * (NAME_OFFSET + NAME_MAX + 1) <= bufSize;
+            detail = small ? EntryDetail::regularFilesOnly : EntryDetail::namesAndTypes;
+        }
         std::size_t at = 0;
         const std::size_t end = static_cast<std::size_t>(got);
         while (at + NAME_OFFSET < end) {
