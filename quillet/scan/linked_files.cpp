@@ -22,7 +22,7 @@ constexpr unsigned NEIGHBOUR_BITS = 3;
 constexpr std::uint64_t NEIGHBOURS = std::uint64_t{1} << NEIGHBOUR_BITS;
 
 // The top bits of a key's hash choose its shard; the 32 below them its place in the shard's table,
-// so sightings sorted by hash meet their shards, and each table, in order.
+// so the two choices are independent.
 constexpr unsigned SHARD_SHIFT = 58;
 constexpr unsigned PLACE_SHIFT = SHARD_SHIFT - 32;
 static_assert(LINK_SHARDS == std::size_t{1} << (64 - SHARD_SHIFT));

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <climits>
 #include <cstring>
-#include <cerrno>
 #include <memory>
 #include <string>
 
