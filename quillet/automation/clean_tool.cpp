@@ -367,7 +367,14 @@ ToolOutcome cleanExecute(const Plan& plan, ProcessTable& table) {
     return {std::move(payload), false};
 }
 
-ToolOutcome planTokenRefused(const std::string& tool, const PlanTake& taken) {
+std::optional<ToolOutcome> runApprovedPlan(const Json& arguments, PlanStore& store, PlanKind kind,
+                                           const std::string& tool,
+                                           const std::function<ToolOutcome(const Plan&)>& execute) {
+    if (!arguments.contains("plan_token")) return std::nullopt;
+    // A token that is not text was never issued: the store refuses it like any unknown one.
+    const Json& token = arguments["plan_token"];
+    PlanTake taken = store.take(token.is_string() ? token.get<std::string>() : std::string(), kind);
+    if (taken.plan) return execute(*taken.plan);
     Json payload{{"tool", tool},
                  {"error", "plan_token refused"},
                  {"reason", taken.refusal},
@@ -375,15 +382,13 @@ ToolOutcome planTokenRefused(const std::string& tool, const PlanTake& taken) {
                   taken.neverIssued ? "The approval could not be used. Ask for a fresh plan and show it again."
                                     : "The approval could not be used. Ask for a fresh plan, show it to the person "
                                       "again, and do not assume the earlier answer still stands."}};
-    return {std::move(payload), true};
+    return ToolOutcome{std::move(payload), true};
 }
 
 ToolOutcome toolClean(const Json& arguments, OperationContext& context, PlanStore& store) {
-    if (arguments.contains("plan_token")) {
-        PlanTake taken = store.take(arguments["plan_token"].get<std::string>(), PlanKind::clean);
-        if (!taken.plan) return planTokenRefused("kelvor_clean", taken);
-        return cleanExecute(*taken.plan);
-    }
+    if (auto approved = runApprovedPlan(arguments, store, PlanKind::clean, "kelvor_clean",
+                                        [](const Plan& plan) { return cleanExecute(plan); }))
+        return std::move(*approved);
     std::vector<std::string> keys;
     if (arguments.contains("keys"))
         for (const Json& key : arguments["keys"]) keys.push_back(key.get<std::string>());

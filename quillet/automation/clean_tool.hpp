@@ -2,7 +2,9 @@
 // kelvor_clean: the server chooses a plan from the catalogue scan, the person approves it, and a
 // second call carrying only the plan's token removes exactly that list through the clean executor.
 #include <cstdint>
+#include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -45,8 +47,11 @@ ToolOutcome cleanPlanResponse(const std::vector<Hit>& hits, const std::vector<st
 // first; for `delete` empties what moved to the Trash.
 ToolOutcome cleanExecute(const Plan& plan, ProcessTable& table = ProcessTable::real());
 
-// The refusal answered when a plan token cannot be used.
-ToolOutcome planTokenRefused(const std::string& tool, const PlanTake& taken);
+// The second call of a planning tool: when `arguments` carry a plan_token, the plan it names run by
+// `execute`, or the refusal answered when the token cannot be used; none without a token.
+std::optional<ToolOutcome> runApprovedPlan(const Json& arguments, PlanStore& store, PlanKind kind,
+                                           const std::string& tool,
+                                           const std::function<ToolOutcome(const Plan&)>& execute);
 
 // The tool body: a plan without plan_token, the execution with it.
 ToolOutcome toolClean(const Json& arguments, OperationContext& context, PlanStore& store = PlanStore::shared());

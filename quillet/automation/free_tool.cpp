@@ -118,11 +118,9 @@ ToolOutcome freeExecute(const Plan& plan) {
 }
 
 ToolOutcome toolFree(const Json& arguments, OperationContext&, PlanStore& store) {
-    if (arguments.contains("plan_token")) {
-        PlanTake taken = store.take(arguments["plan_token"].get<std::string>(), PlanKind::free);
-        if (!taken.plan) return planTokenRefused("kelvor_free", taken);
-        return freeExecute(*taken.plan);
-    }
+    if (auto approved = runApprovedPlan(arguments, store, PlanKind::free, "kelvor_free",
+                                        [](const Plan& plan) { return freeExecute(plan); }))
+        return std::move(*approved);
     std::vector<std::string> ids;
     if (arguments.contains("ids"))
         for (const Json& id : arguments["ids"]) ids.push_back(id.get<std::string>());
