@@ -1,5 +1,7 @@
 #include "quillet/platform/memory_probe.hpp"
 
+#include <sys/stat.h>
+
 namespace kelvor {
 
 std::string_view pressureVerdictName(PressureVerdict verdict) {
@@ -20,6 +22,12 @@ std::string_view compressorKindName(CompressorKind kind) {
         case CompressorKind::none: break;
     }
     return "none";
+}
+
+std::optional<MappedFile> mappedFileAt(const std::string& path) {
+    struct stat info {};
+    if (::lstat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) return std::nullopt;
+    return MappedFile{path, static_cast<std::uint64_t>(info.st_size), (info.st_mode & 0111) != 0};
 }
 
 }  // namespace kelvor

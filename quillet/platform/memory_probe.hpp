@@ -46,6 +46,10 @@ struct MappedFile {
     bool executable = false;  // a program's own code, however large, is no model's weights
 };
 
+// The file at a path a process's map names, as it is now: none unless it is a regular file. Looked
+// at with lstat: the name is the kernel's, but the file at it now may be anything.
+std::optional<MappedFile> mappedFileAt(const std::string& path);
+
 struct ProcessMemory {
     std::uint64_t residentBytes = 0;
     std::vector<MappedFile> mappedFiles;  // each file once, regular files only

@@ -4,7 +4,6 @@
 #include <mach/mach.h>
 #include <mach/vm_page_size.h>
 #include <sys/proc_info.h>
-#include <sys/stat.h>
 #include <sys/sysctl.h>
 
 #include <cerrno>
@@ -76,9 +75,7 @@ public:
             address = next;
             std::string path = region.prp_vip.vip_path;
             if (path.empty() || !seen.insert(path).second) continue;
-            struct stat info {};
-            if (::lstat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) continue;
-            memory.mappedFiles.push_back(MappedFile{path, static_cast<std::uint64_t>(info.st_size), (info.st_mode & 0111) != 0});
+            if (std::optional<MappedFile> file = mappedFileAt(path)) memory.mappedFiles.push_back(std::move(*file));
         }
         return memory;
     }

@@ -1,7 +1,6 @@
 #include "quillet/platform/memory_probe.hpp"
 
 #include <dirent.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -71,11 +70,7 @@ public:
             text = end == std::string_view::npos ? std::string_view() : text.substr(end + 1);
             std::optional<std::string> path = mappedFileFromMapsLine(line);
             if (!path || !seen.insert(*path).second) continue;
-            // lstat: a name in the map is the kernel's, but the file at it now may be anything.
-            struct stat info {};
-            if (::lstat(path->c_str(), &info) != 0 || !S_ISREG(info.st_mode)) continue;
-            memory.mappedFiles.push_back(
-                MappedFile{*path, static_cast<std::uint64_t>(info.st_size), (info.st_mode & 0111) != 0});
+            if (std::optional<MappedFile> file = mappedFileAt(*path)) memory.mappedFiles.push_back(std::move(*file));
         }
         return memory;
     }
