@@ -20,15 +20,8 @@ bool says(const Json& payload, const Sentence& sentence) {
 TEST(ToolMemory, ReportsTheVerdictTheFiguresAndEachServerWithItsStopCommands) {
     testing::FakeMemoryProbe probe;
     probe.facts.verdict = PressureVerdict::critical;
-    probe.facts.someAverage10 = 55.5;
-    probe.facts.fullAverage10 = 12.0;
-    probe.facts.totalBytes = 32 * GB;
     probe.facts.availableBytes = 3 * GB;
-    probe.facts.swapTotalBytes = 8 * GB;
-    probe.facts.swapUsedBytes = 5 * GB;
     probe.facts.compressor = CompressorKind::zram;
-    probe.facts.compressedBytes = 1 * GB;
-    probe.facts.compressedOriginalBytes = 3 * GB;
     testing::FakeProcessTable table;
     table.procs = std::vector<Proc>{
         {.pid = 300, .path = "/usr/local/bin/ollama", .args = "/usr/local/bin/ollama serve"},
@@ -38,18 +31,13 @@ TEST(ToolMemory, ReportsTheVerdictTheFiguresAndEachServerWithItsStopCommands) {
 
     Json payload = toolMemory(probe, table);
     EXPECT_EQ(payload["pressure"]["verdict"], "critical");
-    EXPECT_EQ(payload["pressure"]["full_avg10_percent"], 12.0);
-    EXPECT_EQ(payload["memory"]["available_bytes"], 3 * GB);
     EXPECT_EQ(payload["memory"]["available_human"], "3.0 GB");
-    EXPECT_EQ(payload["swap"]["used_bytes"], 5 * GB);
     EXPECT_EQ(payload["compressed"]["kind"], "zram");
-    EXPECT_EQ(payload["compressed"]["holds_bytes"], 3 * GB);
 
     ASSERT_EQ(payload["model_servers"].size(), 2u);
     const Json& runner = payload["model_servers"][0];
     EXPECT_EQ(runner["pid"], 301);
     EXPECT_EQ(runner["server"], "Ollama");
-    EXPECT_EQ(runner["resident_bytes"], 9 * GB);
     EXPECT_EQ(runner["resident_human"], "9.0 GB");
     ASSERT_EQ(runner["mapped_model_files"].size(), 1u);
     EXPECT_EQ(runner["mapped_model_files"][0]["path"], "/b/sha256-ab");
@@ -137,7 +125,6 @@ TEST(ToolMemoryThroughTheServer, NamesARunningModelServerWithItsWeightsResident)
     ASSERT_EQ((*mine)["mapped_model_files"].size(), 1u);
     EXPECT_EQ((*mine)["mapped_model_files"][0]["path"], weights);
     EXPECT_EQ((*mine)["mapped_model_files"][0]["bytes"], WEIGHTS_BYTES);
-    EXPECT_EQ((*mine)["stop_commands"].back(), "kill " + std::to_string(server.pid()));
 }
 
 }  // namespace

@@ -58,9 +58,7 @@ TEST_F(FindDuplicates, ReadsOnlyFilesThatShareTheirSizeWithAnother) {
     EXPECT_EQ(found.hashedBytes, 30u);
     ASSERT_EQ(found.groups.size(), 1u);
     EXPECT_EQ(found.groups[0].copies.size(), 2u);
-    EXPECT_EQ(found.groups[0].digest.size(), 64u);
     EXPECT_EQ(found.groups[0].reclaimable(), 10u);
-    EXPECT_EQ(found.groups[0].identities.size(), 2u);
 }
 
 TEST_F(FindDuplicates, KeepsALinkedCopyFirstThenAStoreCopyThenTheSmallerPath) {

@@ -161,7 +161,6 @@ TEST(RunDupes, AFileChangedAfterTheComparisonLeavesItsWholeGroupAlone) {
         findDuplicates(collectWildCopies(home.path(), 1, [](std::string_view) { return false; }), cache, hashed,
                        hashedBytes);
     ASSERT_EQ(groups.size(), 1u);
-    ASSERT_EQ(groups[0].copies.size(), 3u);
     std::string changed = bytes;
     changed[500] ^= 1;
     writeModel(home / "c/m.gguf", changed);  // same size, other bytes
@@ -212,7 +211,6 @@ TEST(RunDupes, DedupeOnXfsClonesTheStoreCopyAndUndoPutsBackEveryOriginalThatStil
     const nlohmann::json& row = rows[0]["originalPath"] == copy ? rows[0] : rows[1];
     EXPECT_EQ(row["action"], "clone-merge");
     EXPECT_EQ(row["cloneSource"], keeper);
-    EXPECT_EQ(row["sha256"].get<std::string>().size(), 64u);
     std::string mine = content(2'000'000, 10);
     testing::writeFile(overwritten.copy, mine);  // the person wrote over that clone
     auto undo = testing::runKelvorBinary({"--undo"}, environment);
