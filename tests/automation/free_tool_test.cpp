@@ -44,7 +44,10 @@ TEST(FreeTool, PlansOnlyKelvorsRowsAndEmptiesExactlyThem) {
     for (const std::string& path : t.trashed) EXPECT_FALSE(fs::exists(path)) << path;
     EXPECT_EQ(readFile(t.others), "kept");
     ToolOutcome after = freePlanResponse(recoveryItems(RECOVERY_LIST_LIMIT), {}, t.store);
-    EXPECT_EQ(after.payload["status"], "nothing_to_do") << "emptied rows are no longer offered";
+    EXPECT_EQ(after.payload["status"], "nothing_to_do") << "emptied rows and the person's own are not offered";
+    EXPECT_FALSE(after.payload.contains("plan_token"));
+    EXPECT_TRUE(after.payload["for_the_assistant"].get<std::string>().starts_with(
+        "There is nothing of Kelvor's in the Trash to empty."));
 }
 
 TEST(FreeTool, IdsNarrowThePlanAndAReplacedTrashCopyIsNotPlanned) {
@@ -63,18 +66,6 @@ TEST(FreeTool, IdsNarrowThePlanAndAReplacedTrashCopyIsNotPlanned) {
     ASSERT_EQ(narrowed.payload["rows"].size(), 1u);
     EXPECT_EQ(narrowed.payload["rows"][0]["id"], id);
     EXPECT_EQ(narrowed.payload["missing_ids"], Json::array({"row:ffffffffffff"}));
-}
-
-TEST(FreeTool, WithNothingOfKelvorsInTheTrashThereIsNoPlan) {
-    TempHome home;
-    writeFile(home / ".local/share/Trash/files/persons-own", "kept");
-    ManualClock clock;
-    PlanStore store(clock);
-    ToolOutcome outcome = freePlanResponse(recoveryItems(RECOVERY_LIST_LIMIT), {}, store);
-    EXPECT_EQ(outcome.payload["status"], "nothing_to_do");
-    EXPECT_FALSE(store.issuedEver());
-    EXPECT_TRUE(outcome.payload["for_the_assistant"].get<std::string>().starts_with(
-        "There is nothing of Kelvor's in the Trash to empty."));
 }
 
 }  // namespace

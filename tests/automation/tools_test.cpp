@@ -78,7 +78,6 @@ TEST(McpTools, AToolNotInThisBuildSaysSoAsAToolError) {
     EXPECT_TRUE(outcome.isError);
     EXPECT_EQ(outcome.payload["tool"], "kelvor_memory");
     EXPECT_NE(outcome.payload["error"].get<std::string>().find("kelvor_memory"), std::string::npos);
-    EXPECT_TRUE(outcome.payload.contains("for_the_assistant"));
 }
 
 }  // namespace

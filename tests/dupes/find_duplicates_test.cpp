@@ -162,7 +162,6 @@ TEST_F(FindDuplicates, DupeProofNamesTheKeeperAndHoldsOnlyUntilTheCopyOrItsKeepe
     ASSERT_EQ(proofs.size(), 2u);
     const std::string& digest = found.groups[1].digest;  // "a" and "b", the smaller group
     EXPECT_EQ(proofs.at(home / "b").keeper, home / "a");
-    EXPECT_EQ(proofs.at(home / "b").digest, digest);
     EXPECT_EQ(proof.evidence(home / "b"),
               "Byte-identical to " + home / "a" + " (SHA-256 " + digest.substr(0, 12) + "…) — a copy; the original stays");
     EXPECT_EQ(proof.evidence(home / "a"), std::nullopt);
