@@ -45,7 +45,6 @@ TEST(McpMode, VersionsProtocolErrorsNotificationsAndIdsOnTheWire) {
     EXPECT_EQ(session.run.status, 0);
     ASSERT_EQ(session.answers.size(), 6u) << session.run.out;
     EXPECT_EQ(session.answers[0]["result"]["protocolVersion"], "2025-06-18");
-    EXPECT_EQ(session.answers[0]["result"]["serverInfo"]["name"], "kelvor");
     const Json& refused = session.answers[1]["error"];
     EXPECT_EQ(refused["code"], -32022);
     EXPECT_EQ(refused["message"], "Unsupported protocol version");
@@ -63,7 +62,6 @@ TEST(McpMode, ALineOverTheLimitIsRefusedAndTheNextIsServed) {
     atLimit.insert(atLimit.size() - 1, MCP_MAX_LINE_BYTES - atLimit.size(), ' ');
     std::string overLimit = request(2, "ping");
     overLimit.insert(overLimit.size() - 1, MCP_MAX_LINE_BYTES + 1 - overLimit.size(), ' ');
-    ASSERT_EQ(overLimit.size(), 1048577u);
     Session session = converse({atLimit, overLimit, request(3, "ping")});
     ASSERT_EQ(session.answers.size(), 3u) << session.run.out;
     EXPECT_EQ(session.answers[0]["id"], 1) << "exactly the limit is still a line";
@@ -72,17 +70,6 @@ TEST(McpMode, ALineOverTheLimitIsRefusedAndTheNextIsServed) {
     EXPECT_EQ(session.answers[1]["error"]["message"], "request too large");
     EXPECT_TRUE(session.answers[1]["id"].is_null());
     EXPECT_EQ(session.answers[2]["id"], 3);
-    EXPECT_EQ(session.answers[2]["result"], Json::object());
-}
-
-TEST(McpMode, ANotificationAloneWritesNothingAndClosedInputExitsZero) {
-    Session session = converse({R"({"jsonrpc":"2.0","method":"notifications/initialized"})",
-                                R"({"jsonrpc":"2.0","method":"ping","params":{}})"});
-    EXPECT_EQ(session.run.status, 0);
-    EXPECT_EQ(session.run.out, "");
-    Session empty = converse({});
-    EXPECT_EQ(empty.run.status, 0);
-    EXPECT_EQ(empty.run.out, "");
 }
 
 }  // namespace
