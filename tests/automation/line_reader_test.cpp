@@ -33,12 +33,9 @@ std::vector<InputLine> readAll(const std::string& input, std::size_t limit) {
 TEST(LineReader, SplitsOnNewlinesAndDropsACarriageReturnBeforeOne) {
     EXPECT_TRUE(readAll("", 10).empty());
     auto lines = readAll("one\r\ntwo\n\nlast", 100);
-    ASSERT_EQ(lines.size(), 4u);
-    EXPECT_EQ(lines[0].text, "one");
-    EXPECT_EQ(lines[1].text, "two");
-    EXPECT_EQ(lines[2].text, "");
-    EXPECT_EQ(lines[3].text, "last");
-    for (const InputLine& line : lines) EXPECT_FALSE(line.oversize);
+    std::vector<std::string> texts;
+    for (const InputLine& line : lines) texts.push_back(line.oversize ? "(oversize)" : line.text);
+    EXPECT_EQ(texts, (std::vector<std::string>{"one", "two", "", "last"}));
 }
 
 TEST(LineReader, TheLimitItselfIsAllowedAndALongerLineIsSkippedWithoutSwallowingTheNext) {

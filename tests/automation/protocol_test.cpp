@@ -24,12 +24,10 @@ TEST(McpProtocol, ModernEraMarksResultsCompleteUnlessTheyStateTheirTypeOrAreEmpt
     EXPECT_EQ(mcpResult(7, Json::object(), ProtocolEra::modern)["result"], Json::object());
 }
 
-TEST(McpProtocol, ErrorDataOnlyWhenGiven) {
+TEST(McpProtocol, AnErrorWithoutDataHasNoDataField) {
     Json bare = mcpError(nullptr, MCP_PARSE_ERROR, "parse error");
     EXPECT_TRUE(bare["id"].is_null());
     EXPECT_EQ(bare["error"], (Json{{"code", -32700}, {"message", "parse error"}}));
-    Json withData = mcpError(1, MCP_UNSUPPORTED_PROTOCOL, "Unsupported protocol version", Json{{"requested", "x"}});
-    EXPECT_EQ(withData["error"]["data"]["requested"], "x");
 }
 
 TEST(McpProtocol, TextContentWrapsAPayloadThatIsNotAnObjectBesideTheTrustNote) {
