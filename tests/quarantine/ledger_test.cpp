@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <nlohmann/json.hpp>
 
 namespace kelvor {
 namespace {
@@ -39,16 +38,6 @@ TEST(Ledger, AFullRowWritesEveryKeyInOrderOnOneLineAndReadsBack) {
     ASSERT_EQ(read.entries.size(), 1u);
     EXPECT_EQ(read.entries[0].rawLine, line);
     EXPECT_EQ(ledgerLine(read.entries[0]), line) << "every key read back as written";
-}
-
-TEST(Ledger, UnsetOptionalKeysAreLeftOut) {
-    QuarantineEntry entry;
-    entry.originalPath = "/a";
-    nlohmann::json row = nlohmann::json::parse(ledgerLine(entry));
-    for (const char* key : {"releasedTo", "releasedAt", "settled", "recreated", "pending", "discardedAt", "restoredTo"})
-        EXPECT_FALSE(row.contains(key)) << key;
-    for (const char* key : {"released", "restored", "bytes", "when", "owner", "component"})
-        EXPECT_TRUE(row.contains(key)) << key;
 }
 
 TEST(Ledger, LinesThatAreNoRowAreKeptAsTheyStand) {

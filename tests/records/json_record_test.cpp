@@ -17,7 +17,6 @@ TEST(JsonRecord, WrittenRecordsReadBackAndOneThatCannotBeEncodedLeavesTheOldOneW
     Result<JsonRecord> read = readJsonRecord(path);
     ASSERT_TRUE(read.ok() && read->readable()) << read->problem;
     EXPECT_EQ(*read->value, value);
-    EXPECT_TRUE(read->problem.empty());
     const std::string before = readFile(path);
     EXPECT_FALSE(writeJsonRecord(path, {{"path", std::string("\xc3")}}).ok());
     EXPECT_EQ(readFile(path), before);
