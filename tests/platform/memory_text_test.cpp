@@ -73,20 +73,6 @@ TEST(MemoryText, VerdictFollowsTheStallShares) {
             << "some " << each.some << " full " << each.full.value_or(-1);
 }
 
-TEST(MemoryText, MeminfoFiguresAreBytes) {
-    Meminfo info = parseMeminfo(MEMINFO_WITH_ZSWAP);
-    EXPECT_EQ(info.totalBytes, 32612468ull * 1024);
-    EXPECT_EQ(info.availableBytes, 9871232ull * 1024);
-    EXPECT_EQ(info.swapTotalBytes, 8388604ull * 1024);
-    EXPECT_EQ(info.swapFreeBytes, 6291452ull * 1024);
-    EXPECT_EQ(info.zswapBytes, 524288ull * 1024);
-    EXPECT_EQ(info.zswappedBytes, 1572864ull * 1024);
-    Meminfo old = parseMeminfo(MEMINFO_OLD_KERNEL);
-    EXPECT_EQ(old.totalBytes, 2041284ull * 1024);
-    EXPECT_FALSE(old.zswapBytes);
-    EXPECT_FALSE(old.zswappedBytes);
-}
-
 TEST(MemoryText, MeminfoLinesThatCannotBeReadStayEmpty) {
     Meminfo info = parseMeminfo("MemTotal: lots kB\nMemAvailable:\nSwapTotal: 99999999999999999999 kB\nSwapFree 12 kB\n");
     EXPECT_FALSE(info.totalBytes);
@@ -126,6 +112,7 @@ TEST(MemoryText, SnapshotPrefersZswapAndFallsBackToZram) {
     texts.zramMmStats = {"4096 1024 2048 0 0 0 0 0 0\n"};
     MemorySnapshot snapshot = snapshotFromTexts(texts);
     EXPECT_EQ(snapshot.verdict, PressureVerdict::warning);
+    EXPECT_EQ(snapshot.totalBytes, 32612468ull * 1024) << "meminfo's figures are kB";
     EXPECT_EQ(snapshot.swapUsedBytes, (8388604ull - 6291452ull) * 1024);
     EXPECT_EQ(snapshot.compressor, CompressorKind::zswap);
     EXPECT_EQ(snapshot.compressedBytes, 524288ull * 1024);
@@ -140,26 +127,21 @@ TEST(MemoryText, SnapshotPrefersZswapAndFallsBackToZram) {
     EXPECT_EQ(snapshot.swapUsedBytes, 0u);
 }
 
-TEST(MemoryText, SnapshotReadsZswapFromDebugCountersOnOlderKernels) {
-    MemoryTexts texts;
-    texts.meminfo = std::string(MEMINFO_OLD_KERNEL);
-    texts.zswapPoolBytes = "73400320\n";
-    texts.zswapStoredPages = "51200\n";
-    texts.pageBytes = 4096;
-    MemorySnapshot snapshot = snapshotFromTexts(texts);
-    EXPECT_EQ(snapshot.compressor, CompressorKind::zswap);
-    EXPECT_EQ(snapshot.compressedBytes, 73400320u);
-    EXPECT_EQ(snapshot.compressedOriginalBytes, 51200ull * 4096);
-}
-
-TEST(MemoryText, AKernelWithoutPressureInformationGivesAnUnknownVerdict) {
+TEST(MemoryText, AnOlderKernelGivesAnUnknownVerdictAndZswapFromDebugCounters) {
     MemoryTexts texts;
     texts.meminfo = std::string(MEMINFO_OLD_KERNEL);
     MemorySnapshot snapshot = snapshotFromTexts(texts);
     EXPECT_EQ(snapshot.verdict, PressureVerdict::unknown);
     EXPECT_FALSE(snapshot.someAverage10);
     EXPECT_EQ(snapshot.availableBytes, 904324ull * 1024);
-    EXPECT_EQ(snapshot.compressor, CompressorKind::none);
+    EXPECT_EQ(snapshot.compressor, CompressorKind::none) << "no Zswap lines, no counters";
+    texts.zswapPoolBytes = "73400320\n";
+    texts.zswapStoredPages = "51200\n";
+    texts.pageBytes = 4096;
+    snapshot = snapshotFromTexts(texts);
+    EXPECT_EQ(snapshot.compressor, CompressorKind::zswap);
+    EXPECT_EQ(snapshot.compressedBytes, 73400320u);
+    EXPECT_EQ(snapshot.compressedOriginalBytes, 51200ull * 4096);
     // Nothing readable at all still makes a snapshot, every figure empty.
     snapshot = snapshotFromTexts(MemoryTexts{});
     EXPECT_EQ(snapshot.verdict, PressureVerdict::unknown);

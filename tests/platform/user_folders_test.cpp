@@ -13,12 +13,6 @@ bool holds(const std::vector<std::string>& folders, const std::string& folder) {
     return std::find(folders.begin(), folders.end(), folder) != folders.end();
 }
 
-TEST(ParseUserDirs, WithoutAFileEveryFolderKeepsItsDefault) {
-    std::vector<std::string> folders = parseUserDirs("", "/home/ana");
-    for (const char* name : {"Desktop", "Documents", "Downloads", "Music", "Pictures", "Public", "Templates", "Videos"})
-        EXPECT_TRUE(holds(folders, std::string("/home/ana/") + name)) << name;
-}
-
 TEST(ParseUserDirs, ValuesReplaceTheirDefaultsOnly) {
     const std::string text =
         "# This file is written by xdg-user-dirs-update\n"

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <set>
 
 #include "quillet/log/log.hpp"
 #include "quillet/rules/catalog.hpp"
@@ -117,7 +116,6 @@ TEST(Location, TheLoginShellIsReadOnce) {
     home.setEnv("CCACHE_DIR", "");
     EXPECT_EQ(env("CCACHE_DIR"), "/cc");
     EXPECT_EQ(env("CCACHE_DIR"), "/cc");
-    EXPECT_EQ(loginEnvironment().size(), 1u);
     EXPECT_EQ(reads, 1);
 }
 
@@ -136,12 +134,6 @@ TEST(Location, TheRealReaderTakesOnlyRelocationVariablesFromSHELL) {
         EXPECT_EQ(env("PIXI_HOME"), "/pixi");
     }
     KelvorLog::drain();  // the read is logged in the temporary home, which must outlive the line
-}
-
-TEST(Location, RelocationVariablesAreDistinct) {
-    EXPECT_EQ(std::set<std::string_view>(RELOCATION_VARS.begin(), RELOCATION_VARS.end()).size(), RELOCATION_VARS.size());
-    EXPECT_TRUE(isRelocationVar("UV_CACHE_DIR"));
-    EXPECT_FALSE(isRelocationVar("HOME"));
 }
 
 }  // namespace

@@ -27,9 +27,7 @@ TEST(Tier, ScreenBadgeAndOneClick) {
         {Tier::redownload, true, Burden::transparent, "R", true},
         {Tier::regenerate, true, Burden::transparent, "R", true},
         {Tier::redownload, false, Burden::transparent, "I", false},
-        {Tier::regenerate, false, Burden::transparent, "I", false},
         {Tier::review, true, Burden::transparent, "I", false},
-        {Tier::review, false, Burden::transparent, "I", false},
         {Tier::protected_, true, Burden::transparent, "P", false},
         {Tier::protected_, false, Burden::transparent, "P", false},
         {Tier::redownload, true, Burden::interruptive, "R", false},
@@ -47,7 +45,6 @@ TEST(Tier, ScreenBadgeAndOneClick) {
 TEST(Burden, RawValuesRoundTripAndNothingElseParses) {
     for (Burden burden : {Burden::transparent, Burden::interruptive, Burden::manual, Burden::identity})
         EXPECT_EQ(burdenFromRawValue(burdenRawValue(burden)), burden) << burdenRawValue(burden);
-    EXPECT_EQ(burdenRawValue(Burden::identity), "identity");
     for (const char* raw : {"", "Transparent", "manual ", "none"}) EXPECT_EQ(burdenFromRawValue(raw), std::nullopt) << raw;
 }
 
@@ -55,11 +52,9 @@ TEST(RuleText, ComponentAndRecoveryFollowTheLanguage) {
     Rule rule{.owner = "HuggingFace", .component = "허브 캐시", .recovery = "다음 실행 시 재생성"};
     EXPECT_EQ(componentLabel(rule), "Hub cache");
     EXPECT_EQ(recoveryText(rule), "Regenerated on next run");
-    EXPECT_EQ(relocatedNote(), " (env-relocated — confirm per item)");
     EXPECT_EQ(componentLabel(Rule{.component = "등록되지 않은 이름"}), "등록되지 않은 이름") << "shown as written";
     testing::LanguageScope korean(AppLang::ko);
     EXPECT_EQ(componentLabel(rule), "허브 캐시");
-    EXPECT_EQ(relocatedNote(), " (환경변수로 재지정됨 — 개별 확인)");
 }
 
 }  // namespace

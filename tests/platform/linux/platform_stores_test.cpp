@@ -34,14 +34,11 @@ struct Store {
     std::string label;  // "[tier] owner · "
 };
 
-const std::vector<Store> CACHE_STORES = {
+const std::vector<Store> STORES = {
     {".cache/google-chrome", "[B] Google Chrome · "}, {".cache/go-build", "[B] Go · "},
     {".cache/yarn", "[A] Yarn · "},                   {".cache/uv", "[A] uv · "},
     {".cache/pypoetry/artifacts", "[A] Poetry · "},   {".cache/ms-playwright", "[A] Playwright · "},
-};
-const std::vector<Store> OTHER_STORES = {
-    {".config/Code/CachedData", "[B] VS Code · "},
-    {".local/share/pnpm/store", "[A] pnpm · "},
+    {".config/Code/CachedData", "[B] VS Code · "},    {".local/share/pnpm/store", "[A] pnpm · "},
     {"Android/Sdk/platforms", "[A] Android SDK · "},
 };
 
@@ -49,36 +46,24 @@ void fillStore(const std::string& path) { writeFile(path + "/content/blob", std:
 
 TEST(PlatformStores, ACleanListsALinuxHomesStoresAndProvenBuildFolders) {
     TempHome home;
-    for (const auto* stores : {&CACHE_STORES, &OTHER_STORES})
-        for (const Store& store : *stores) fillStore(home / store.path);
+    for (const Store& store : STORES) fillStore(home / store.path);
     fillStore(home / ".cache/JetBrains/IdeaIC2024.3");
     fillStore(home / ".local/share/containers/storage/overlay");
     writeFile(home / "code/web/package.json", "{}");
     fillStore(home / "code/web/node_modules");
     writeFile(home / "code/rusty/Cargo.toml", "[package]");
     fillStore(home / "code/rusty/target");
-    fillStore(home / "code/loose/node_modules");  // no package.json
-    fillStore(home / "code/loose/target");        // no Cargo.toml
-    writeFile(home / ".config/app/package.json", "{}");
-    fillStore(home / ".config/app/node_modules");
-    writeFile(home / ".local/share/tool/Cargo.toml", "x");
-    fillStore(home / ".local/share/tool/target");
     writeFile(home / "code/busy/package.json", "{}");
     fillStore(home / "code/busy/node_modules");
-    for (const char* tree : {"code", ".config/app", ".local/share/tool"}) ageTree(home / tree);
+    ageTree(home / "code");
     fs::last_write_time(home / "code/busy/node_modules/content/blob",
                         fs::file_time_type::clock::now() - std::chrono::minutes(1));
     auto run = testing::runKelvorBinary({"--mode", "clean"});
     ASSERT_EQ(run.status, 0) << run.err;
-    for (const auto* stores : {&CACHE_STORES, &OTHER_STORES})
-        for (const Store& store : *stores)
-            EXPECT_TRUE(planLine(run.out, home / store.path).starts_with("  " + store.label))
-                << store.path << "\n" << run.out;
+    for (const Store& store : STORES)
+        EXPECT_TRUE(planLine(run.out, home / store.path).starts_with("  " + store.label)) << store.path << "\n" << run.out;
     EXPECT_TRUE(planLine(run.out, home / "code/web/node_modules").starts_with("  [A] Build artifacts · ")) << run.out;
     EXPECT_TRUE(planLine(run.out, home / "code/rusty/target").starts_with("  [B] Build artifacts · ")) << run.out;
-    for (const char* absent : {"code/loose/node_modules", "code/loose/target", ".config/app/node_modules",
-                               ".local/share/tool/target"})
-        EXPECT_EQ(run.out.find(home / absent), std::string::npos) << absent << " must not be offered\n" << run.out;
     // A project folder written a minute ago is listed, blocked by the recent-write guard.
     size_t busy = run.out.find(" " + home / "code/busy/node_modules" + "\n");
     ASSERT_NE(busy, std::string::npos) << run.out;
@@ -93,27 +78,19 @@ TEST(PlatformStores, ACleanListsALinuxHomesStoresAndProvenBuildFolders) {
         << run.out;
 }
 
-TEST(PlatformStores, XdgCacheHomeMovesExactlyTheStoresWhoseToolsHonourIt) {
+// Which store moves with which variable is the Linux table's business (tests/rules); here the
+// program prints the move.
+TEST(PlatformStores, AStoreMovedByXdgCacheHomeIsListedThereAsRelocated) {
     TempHome home;
-    std::string elsewhere = home / "elsewhere";
-    for (const Store& store : CACHE_STORES) {
-        fillStore(home / store.path);  // left behind at the default place
-        fillStore(elsewhere + "/" + store.path.substr(std::string(".cache/").size()));
-    }
-    for (const Store& store : OTHER_STORES) fillStore(home / store.path);
-    fillStore(home / ".cache/Cypress");  // Cypress ignores XDG_CACHE_HOME
-    auto run = testing::runKelvorBinary({"--mode", "clean", "--include-unverified"}, {"XDG_CACHE_HOME=" + elsewhere});
+    fillStore(home / ".cache/yarn");  // left behind at the default place
+    fillStore(home / "elsewhere/yarn");
+    auto run = testing::runKelvorBinary({"--mode", "clean", "--include-unverified"},
+                                        {"XDG_CACHE_HOME=" + (home / "elsewhere")});
     ASSERT_EQ(run.status, 0) << run.err;
-    for (const Store& store : CACHE_STORES) {
-        std::string moved = elsewhere + "/" + store.path.substr(std::string(".cache/").size());
-        std::string line = planLine(run.out, moved);
-        EXPECT_TRUE(line.starts_with("  " + store.label)) << moved << "\n" << run.out;
-        EXPECT_NE(line.find("(env-relocated — confirm per item)"), std::string::npos) << line;
-        EXPECT_EQ(planLine(run.out, home / store.path), "") << store.path << " is no longer the tool's store";
-    }
-    for (const Store& store : OTHER_STORES)
-        EXPECT_TRUE(planLine(run.out, home / store.path).starts_with("  " + store.label)) << store.path << "\n" << run.out;
-    EXPECT_TRUE(planLine(run.out, home / ".cache/Cypress").starts_with("  [A] Cypress · ")) << run.out;
+    std::string line = planLine(run.out, home / "elsewhere/yarn");
+    EXPECT_TRUE(line.starts_with("  [A] Yarn · ")) << run.out;
+    EXPECT_NE(line.find("(env-relocated — confirm per item)"), std::string::npos) << line;
+    EXPECT_EQ(planLine(run.out, home / ".cache/yarn"), "") << "no longer the tool's store";
 }
 
 }  // namespace
