@@ -12,19 +12,11 @@
 #include "quillet/automation/clean_tool.hpp"
 #include "quillet/platform/memory_probe.hpp"
 #include "tests/guards/fake_process_table.hpp"
+#include "tests/support/aged_tree.hpp"
 #include "tests/support/run_program.hpp"
 #include "tests/support/temp_home.hpp"
 
 namespace kelvor::testing {
-
-// Sets every time in the tree three hours back, so the recent-write guard leaves it alone.
-inline void ageTree(const std::string& root) {
-    namespace fs = std::filesystem;
-    auto old = fs::file_time_type::clock::now() - std::chrono::hours(3);
-    for (const auto& entry : fs::recursive_directory_iterator(root))
-        if (!entry.is_symlink()) fs::last_write_time(entry.path(), old);
-    fs::last_write_time(root, old);
-}
 
 // A store of `bytes` bytes at home/<name>, aged, as a hit of a rule of the given kind.
 inline Hit storeHit(const TempHome& home, const std::string& name, Tier tier, bool verified, Burden burden,

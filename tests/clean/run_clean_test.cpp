@@ -13,12 +13,14 @@
 #include "quillet/log/log.hpp"
 #include "quillet/platform/login_shell.hpp"
 #include "tests/clean/clean_fixture.hpp"
+#include "tests/support/aged_tree.hpp"
 #include "tests/support/disk_usage.hpp"
 #include "tests/support/run_kelvor.hpp"
 
 namespace kelvor {
 namespace {
 
+using testing::ageTree;
 namespace fs = std::filesystem;
 using namespace kelvor::testing;
 
@@ -29,13 +31,6 @@ RunOutput clean(const std::vector<std::string>& extra = {}, const std::vector<st
 }
 
 // Sets every time in the tree three hours back, so the recent-write guard leaves it alone.
-void ageTree(const std::string& root) {
-    auto old = fs::file_time_type::clock::now() - std::chrono::hours(3);
-    for (const auto& entry : fs::recursive_directory_iterator(root))
-        if (!entry.is_symlink()) fs::last_write_time(entry.path(), old);
-    fs::last_write_time(root, old);
-}
-
 // A Hugging Face and an npm store (tiers A and B) and a JetBrains cache (tier C).
 void makeStores(TempHome& home, bool aged = true) {
     writeFile(home / ".cache/huggingface/hub/models--tiny/blobs/b", std::string(5000, 'b'));

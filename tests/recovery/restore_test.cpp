@@ -12,6 +12,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/clean/clean_fixture.hpp"
+#include "tests/support/aged_tree.hpp"
 #include "tests/support/run_kelvor.hpp"
 #include "tests/support/run_program.hpp"
 #include "tests/support/temp_home.hpp"
@@ -19,6 +20,7 @@
 namespace kelvor {
 namespace {
 
+using testing::ageTree;
 namespace fs = std::filesystem;
 using namespace testing;
 
@@ -34,13 +36,6 @@ std::string today() {
 }
 
 // Sets every time in the tree three hours back, so the recent-write guard leaves it alone.
-void ageTree(const std::string& root) {
-    auto old = fs::file_time_type::clock::now() - std::chrono::hours(3);
-    for (const auto& entry : fs::recursive_directory_iterator(root))
-        if (!entry.is_symlink()) fs::last_write_time(entry.path(), old);
-    fs::last_write_time(root, old);
-}
-
 // The number of the listed row whose line names `path`, or 0.
 int rowNumber(const std::string& listing, const std::string& path) {
     std::size_t at = listing.find("] " + path + "  (");

@@ -4,22 +4,17 @@
 
 #include <filesystem>
 
+#include "tests/support/aged_tree.hpp"
 #include "tests/support/run_kelvor.hpp"
 #include "tests/support/temp_home.hpp"
 
 namespace kelvor {
 namespace {
 
+using testing::ageTree;
 namespace fs = std::filesystem;
 using testing::TempHome;
 using testing::writeFile;
-
-void ageTree(const std::string& path) {
-    auto when = fs::file_time_type::clock::now() - std::chrono::hours(3);
-    for (auto it = fs::recursive_directory_iterator(path); it != fs::recursive_directory_iterator(); ++it)
-        fs::last_write_time(it->path(), when);
-    fs::last_write_time(path, when);
-}
 
 // The plan line that ends with `path`, or "" when the plan has none.
 std::string planLine(const std::string& plan, const std::string& path) {
